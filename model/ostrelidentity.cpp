@@ -1,0 +1,3 @@
+#include "model/ostrelidentity.h"
+
+OstrelIdentity::OstrelIdentity() = default;

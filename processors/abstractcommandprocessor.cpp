@@ -1,0 +1,5 @@
+#include "processors/abstractcommandprocessor.h"
+
+AbstractCommandProcessor::AbstractCommandProcessor(QObject* parent)
+    : QObject(parent)
+{ }

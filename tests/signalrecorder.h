@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+class AbstractCommandProcessor;
+class OstrelIdentity;
+
+// Writes every signal a back end emits as one readable line, in order, so a test can compare a
+// whole run at once: "response: Prog 0%", "identity: B:3 A:2 usb: USB0 USB1", "busy: false".
+class SignalRecorder : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SignalRecorder)
+
+public:
+    explicit SignalRecorder(AbstractCommandProcessor* processor);
+
+    // Carriage returns and line feeds spelt out, so that they show in a failed comparison.
+    static QString visible(const QString& text);
+    // Boot order, slots with their counts, and the USB aliases.
+    static QString summary(const OstrelIdentity& identity);
+
+    QStringList events;
+};
