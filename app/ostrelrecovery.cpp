@@ -1,0 +1,228 @@
+#include "app/ostrelrecovery.h"
+
+#include "processors/fakecommandprocessor.h"
+#include "processors/offlinecommandprocessor.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTextCursor>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int WindowWidth = 1280;
+constexpr int WindowHeight = 800;
+constexpr int ButtonHeight = 48;
+constexpr int CommandsWidth = 426;
+constexpr int ConsoleHeight = 266;
+constexpr int ExportHeight = 200;
+} // namespace
+
+OstrelRecovery::OstrelRecovery(const QString& hostName, QWidget* parent)
+    : QWidget(parent)
+    , hostName(hostName)
+{
+    setWindowTitle(tr("Recovery Mode"));
+    setFixedSize(WindowWidth, WindowHeight);
+    desktopMode = true;
+
+    if (!hostName.isEmpty()) {
+        processor = new OfflineCommandProcessor(hostName, this);
+        setWindowTitle(windowTitle() + QStringLiteral(" (%1)").arg(hostName));
+    } else {
+        processor = new FakeCommandProcessor(this);
+    }
+    if (!desktopMode)
+        setWindowState(Qt::WindowFullScreen);
+
+    createConsoleGroup();
+    createCommandsGroup();
+    createUsbGroup();
+    createStatusGroup();
+    // Only now: a busy report sent while the first identify request starts must not reach the
+    // buttons.
+    connect(processor, &AbstractCommandProcessor::isBusyChanged, this,
+            &OstrelRecovery::handleBusyChanged);
+
+    auto* grid = new QGridLayout;
+    grid->addWidget(commandsGroup, 0, 1);
+    grid->addWidget(consoleGroup, 1, 0);
+    grid->addWidget(usbGroup, 1, 1);
+    setLayout(grid);
+}
+
+OstrelRecovery::~OstrelRecovery() = default;
+
+void OstrelRecovery::handleExportClicked()
+{
+    processor->backUp();
+    cancelButton->setEnabled(true);
+}
+
+void OstrelRecovery::handleInstallSoftwareClicked()
+{
+    insertConsoleText(tr("Installing Software\n"));
+    insertConsoleText(tr("This might take some time\n"));
+    processor->installSoftware();
+}
+
+void OstrelRecovery::handleRebootClicked()
+{
+    processor->reboot();
+}
+
+// Appends one chunk as a terminal would: each carriage return erases the last display line (of a
+// wrapped paragraph only the last line the widget shows) and what follows is written in its place.
+void OstrelRecovery::handleResponseReceived(const QString& response)
+{
+    const QStringList parts = response.split(QLatin1Char('\r'));
+    QTextCursor cursor = console->textCursor();
+    if (!parts.first().isEmpty()) {
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertText(parts.first());
+    }
+    for (int i = 1; i < parts.size(); ++i) {
+        cursor.movePosition(QTextCursor::End);
+        cursor.movePosition(QTextCursor::StartOfLine);
+        cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+        cursor.removeSelectedText();
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertText(parts.at(i));
+    }
+    QScrollBar* scrollBar = console->verticalScrollBar();
+    scrollBar->setValue(scrollBar->maximum());
+}
+
+void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity& identity)
+{
+    this->identity = identity;
+    updateUsbStatus();
+    if (installButton && !identity.slotList.isEmpty())
+        installButton->setText(tr("INSTALL SW TO SLOT %1").arg(identity.slotList.first().name));
+}
+
+void OstrelRecovery::handleBusyChanged(bool busy)
+{
+    installButton->setEnabled(!busy);
+    resetButton->setEnabled(!busy);
+    exportButton->setEnabled(!busy);
+    bootOrderButton->setEnabled(!busy);
+    rebootButton->setEnabled(!busy && !rebootLocked());
+    if (!busy)
+        cancelButton->setEnabled(false);
+}
+
+void OstrelRecovery::updateUsbStatus()
+{
+    QString status = tr("Not Connected");
+    QString label = NoValueText;
+    if (!identity.usbDevices.isEmpty()) {
+        status = tr("Connected");
+        label = identity.usbDevices.first().label;
+    }
+    usbStatusLabel->setText(tr("Status : %1").arg(status));
+    usbLabelLabel->setText(tr("Label : %1").arg(label));
+}
+
+void OstrelRecovery::createConsoleGroup()
+{
+    consoleGroup = new QGroupBox(tr("Console"), this);
+    consoleGroup->setFixedHeight(ConsoleHeight);
+    console = new QTextEdit(consoleGroup);
+    console->setReadOnly(true);
+    console->setTextInteractionFlags(Qt::NoTextInteraction);
+    // The console is never edited by hand, and an undo stack would keep every progress line it
+    // ever overwrote.
+    console->setUndoRedoEnabled(false);
+    auto* layout = new QVBoxLayout(consoleGroup);
+    layout->addWidget(console);
+
+    connect(processor, &AbstractCommandProcessor::responseReceived, this,
+            &OstrelRecovery::handleResponseReceived);
+    connect(processor, &AbstractCommandProcessor::identityUpdated, this,
+            &OstrelRecovery::handleIdentityUpdated);
+}
+
+void OstrelRecovery::createCommandsGroup()
+{
+    commandsGroup = new QGroupBox(tr("Commands"), this);
+    commandsGroup->setFixedWidth(CommandsWidth);
+    installButton = createButton(tr("INSTALL SW"), commandsGroup);
+    resetButton = createButton(tr("RESET..."), commandsGroup);
+    bootOrderButton = createButton(tr("BOOT ORDER..."), commandsGroup);
+    rebootButton = createButton(tr("REBOOT"), commandsGroup);
+
+    exportGroup = new QGroupBox(tr("Export"), commandsGroup);
+    exportGroup->setFixedHeight(ExportHeight);
+    exportButton = createButton(tr("EXPORT"), exportGroup);
+    cancelButton = createButton(tr("CANCEL"), exportGroup);
+    cancelButton->setEnabled(false);
+    auto* exportLayout = new QVBoxLayout(exportGroup);
+    exportLayout->addWidget(exportButton);
+    exportLayout->addWidget(cancelButton);
+
+    auto* layout = new QVBoxLayout(commandsGroup);
+    layout->addWidget(installButton);
+    layout->addWidget(resetButton);
+    layout->addWidget(bootOrderButton);
+    layout->addWidget(rebootButton);
+    layout->addWidget(exportGroup);
+
+    connect(installButton, &QPushButton::clicked, this,
+            &OstrelRecovery::handleInstallSoftwareClicked);
+    connect(exportButton, &QPushButton::clicked, this, &OstrelRecovery::handleExportClicked);
+    connect(rebootButton, &QPushButton::clicked, this, &OstrelRecovery::handleRebootClicked);
+    connect(cancelButton, &QPushButton::clicked, processor, &AbstractCommandProcessor::cancel);
+    if (rebootLocked())
+        rebootButton->setEnabled(false);
+}
+
+void OstrelRecovery::createUsbGroup()
+{
+    usbGroup = new QGroupBox(tr("USB Device"), this);
+    usbGroup->setFixedSize(commandsGroup->width(), consoleGroup->height());
+    usbStatusLabel = new QLabel(usbGroup);
+    usbStatusLabel->setAlignment(Qt::AlignCenter);
+    usbLabelLabel = new QLabel(usbGroup);
+    usbLabelLabel->setAlignment(Qt::AlignCenter);
+    ejectButton = createButton(tr("EJECT"), usbGroup);
+    refreshButton = createButton(tr("REFRESH"), usbGroup);
+
+    auto* layout = new QGridLayout(usbGroup);
+    layout->addWidget(usbStatusLabel, 0, 0, 1, 2);
+    layout->addWidget(usbLabelLabel, 1, 0, 1, 2);
+    layout->addWidget(ejectButton, 2, 0);
+    layout->addWidget(refreshButton, 2, 1);
+
+    connect(refreshButton, &QPushButton::clicked, processor, &AbstractCommandProcessor::identify);
+    connect(ejectButton, &QPushButton::clicked, processor, &AbstractCommandProcessor::ejectUSB);
+}
+
+void OstrelRecovery::createStatusGroup()
+{
+    processor->identify();
+}
+
+QPushButton* OstrelRecovery::createButton(const QString& text, QWidget* parent)
+{
+    auto* button = new QPushButton(text, parent);
+    button->setFixedHeight(ButtonHeight);
+    return button;
+}
+
+// The window's own fixed lines go in as they are: no carriage-return handling and no scrolling.
+void OstrelRecovery::insertConsoleText(const QString& text)
+{
+    QTextCursor cursor = console->textCursor();
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(text);
+}
+
+// Without an instrument host the only thing a reboot would reach is the simulator.
+bool OstrelRecovery::rebootLocked() const
+{
+    return desktopMode && hostName.isEmpty();
+}
