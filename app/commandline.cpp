@@ -6,8 +6,8 @@
 QCommandLineOption CommandLine::hostNameOption()
 {
     return QCommandLineOption(
-        QStringLiteral("hostName"),
-        QCoreApplication::translate("main",
-                                    "The hostname of the device in recovery mode to connect to"),
-        QStringLiteral("hostName"), QString());
+            QStringLiteral("hostName"),
+            QCoreApplication::translate(
+                    "main", "The hostname of the device in recovery mode to connect to"),
+            QStringLiteral("hostName"), QString());
 }

@@ -6,7 +6,7 @@
 #include <QCommandLineParser>
 #include <QFile>
 
-int main(int argc, char* argv[])
+int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     QCommandLineParser parser;

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <QVBoxLayout>
 
@@ -21,7 +22,7 @@ constexpr int ConsoleHeight = 266;
 constexpr int ExportHeight = 200;
 } // namespace
 
-OstrelRecovery::OstrelRecovery(const QString& hostName, QWidget* parent)
+OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
     : QWidget(parent)
     , hostName(hostName)
 {
@@ -47,7 +48,7 @@ OstrelRecovery::OstrelRecovery(const QString& hostName, QWidget* parent)
     connect(processor, &AbstractCommandProcessor::isBusyChanged, this,
             &OstrelRecovery::handleBusyChanged);
 
-    auto* grid = new QGridLayout;
+    auto *grid = new QGridLayout;
     grid->addWidget(commandsGroup, 0, 1);
     grid->addWidget(consoleGroup, 1, 0);
     grid->addWidget(usbGroup, 1, 1);
@@ -76,7 +77,7 @@ void OstrelRecovery::handleRebootClicked()
 
 // Appends one chunk as a terminal would: each carriage return erases the last display line (of a
 // wrapped paragraph only the last line the widget shows) and what follows is written in its place.
-void OstrelRecovery::handleResponseReceived(const QString& response)
+void OstrelRecovery::handleResponseReceived(const QString &response)
 {
     const QStringList parts = response.split(QLatin1Char('\r'));
     QTextCursor cursor = console->textCursor();
@@ -88,15 +89,15 @@ void OstrelRecovery::handleResponseReceived(const QString& response)
         cursor.movePosition(QTextCursor::End);
         cursor.movePosition(QTextCursor::StartOfLine);
         cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-        cursor.removeSelectedText();
-        cursor.movePosition(QTextCursor::End);
+        // Writing over the selection deletes it and inserts in one edit, so the document is laid
+        // out once for both, and leaves the same text as a delete followed by an insert at the end.
         cursor.insertText(parts.at(i));
     }
-    QScrollBar* scrollBar = console->verticalScrollBar();
+    QScrollBar *scrollBar = console->verticalScrollBar();
     scrollBar->setValue(scrollBar->maximum());
 }
 
-void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity& identity)
+void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &identity)
 {
     this->identity = identity;
     updateUsbStatus();
@@ -137,7 +138,12 @@ void OstrelRecovery::createConsoleGroup()
     // The console is never edited by hand, and an undo stack would keep every progress line it
     // ever overwrote.
     console->setUndoRedoEnabled(false);
-    auto* layout = new QVBoxLayout(consoleGroup);
+    // Left to right, as a terminal writes: with the direction left open, every cursor movement
+    // scans the whole last paragraph to guess it.
+    QTextOption textOption = console->document()->defaultTextOption();
+    textOption.setTextDirection(Qt::LeftToRight);
+    console->document()->setDefaultTextOption(textOption);
+    auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 
     connect(processor, &AbstractCommandProcessor::responseReceived, this,
@@ -160,11 +166,11 @@ void OstrelRecovery::createCommandsGroup()
     exportButton = createButton(tr("EXPORT"), exportGroup);
     cancelButton = createButton(tr("CANCEL"), exportGroup);
     cancelButton->setEnabled(false);
-    auto* exportLayout = new QVBoxLayout(exportGroup);
+    auto *exportLayout = new QVBoxLayout(exportGroup);
     exportLayout->addWidget(exportButton);
     exportLayout->addWidget(cancelButton);
 
-    auto* layout = new QVBoxLayout(commandsGroup);
+    auto *layout = new QVBoxLayout(commandsGroup);
     layout->addWidget(installButton);
     layout->addWidget(resetButton);
     layout->addWidget(bootOrderButton);
@@ -191,7 +197,7 @@ void OstrelRecovery::createUsbGroup()
     ejectButton = createButton(tr("EJECT"), usbGroup);
     refreshButton = createButton(tr("REFRESH"), usbGroup);
 
-    auto* layout = new QGridLayout(usbGroup);
+    auto *layout = new QGridLayout(usbGroup);
     layout->addWidget(usbStatusLabel, 0, 0, 1, 2);
     layout->addWidget(usbLabelLabel, 1, 0, 1, 2);
     layout->addWidget(ejectButton, 2, 0);
@@ -206,15 +212,15 @@ void OstrelRecovery::createStatusGroup()
     processor->identify();
 }
 
-QPushButton* OstrelRecovery::createButton(const QString& text, QWidget* parent)
+QPushButton *OstrelRecovery::createButton(const QString &text, QWidget *parent)
 {
-    auto* button = new QPushButton(text, parent);
+    auto *button = new QPushButton(text, parent);
     button->setFixedHeight(ButtonHeight);
     return button;
 }
 
 // The window's own fixed lines go in as they are: no carriage-return handling and no scrolling.
-void OstrelRecovery::insertConsoleText(const QString& text)
+void OstrelRecovery::insertConsoleText(const QString &text)
 {
     QTextCursor cursor = console->textCursor();
     cursor.movePosition(QTextCursor::End);

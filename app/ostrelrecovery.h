@@ -18,7 +18,7 @@ class OstrelRecovery : public QWidget
     Q_DISABLE_COPY_MOVE(OstrelRecovery)
 
 public:
-    explicit OstrelRecovery(const QString& hostName, QWidget* parent = nullptr);
+    explicit OstrelRecovery(const QString &hostName, QWidget *parent = nullptr);
     ~OstrelRecovery() override;
 
 private slots:
@@ -27,8 +27,8 @@ private slots:
     void handleRebootClicked();
 
 private:
-    void handleResponseReceived(const QString& response);
-    void handleIdentityUpdated(const OstrelIdentity& identity);
+    void handleResponseReceived(const QString &response);
+    void handleIdentityUpdated(const OstrelIdentity &identity);
     void handleBusyChanged(bool busy);
     void updateUsbStatus();
     void createConsoleGroup();
@@ -36,27 +36,27 @@ private:
     void createUsbGroup();
     void createStatusGroup();
 
-    QPushButton* createButton(const QString& text, QWidget* parent);
-    void insertConsoleText(const QString& text);
+    QPushButton *createButton(const QString &text, QWidget *parent);
+    void insertConsoleText(const QString &text);
     bool rebootLocked() const;
 
-    AbstractCommandProcessor* processor = nullptr;
+    AbstractCommandProcessor *processor = nullptr;
     OstrelIdentity identity;
     QString hostName;
-    QGroupBox* consoleGroup = nullptr;
-    QGroupBox* commandsGroup = nullptr;
-    QGroupBox* usbGroup = nullptr;
-    QGroupBox* exportGroup = nullptr;
-    QPushButton* installButton = nullptr;
-    QPushButton* resetButton = nullptr;
-    QPushButton* exportButton = nullptr;
-    QPushButton* bootOrderButton = nullptr;
-    QPushButton* rebootButton = nullptr;
-    QPushButton* cancelButton = nullptr;
-    QTextEdit* console = nullptr;
-    QPushButton* ejectButton = nullptr;
-    QLabel* usbStatusLabel = nullptr;
-    QLabel* usbLabelLabel = nullptr;
-    QPushButton* refreshButton = nullptr;
+    QGroupBox *consoleGroup = nullptr;
+    QGroupBox *commandsGroup = nullptr;
+    QGroupBox *usbGroup = nullptr;
+    QGroupBox *exportGroup = nullptr;
+    QPushButton *installButton = nullptr;
+    QPushButton *resetButton = nullptr;
+    QPushButton *exportButton = nullptr;
+    QPushButton *bootOrderButton = nullptr;
+    QPushButton *rebootButton = nullptr;
+    QPushButton *cancelButton = nullptr;
+    QTextEdit *console = nullptr;
+    QPushButton *ejectButton = nullptr;
+    QLabel *usbStatusLabel = nullptr;
+    QLabel *usbLabelLabel = nullptr;
+    QPushButton *refreshButton = nullptr;
     bool desktopMode = false;
 };

@@ -1,5 +1,5 @@
 #include "processors/abstractcommandprocessor.h"
 
-AbstractCommandProcessor::AbstractCommandProcessor(QObject* parent)
+AbstractCommandProcessor::AbstractCommandProcessor(QObject *parent)
     : QObject(parent)
 { }

@@ -13,7 +13,7 @@ class AbstractCommandProcessor : public QObject
     Q_DISABLE_COPY_MOVE(AbstractCommandProcessor)
 
 public:
-    explicit AbstractCommandProcessor(QObject* parent);
+    explicit AbstractCommandProcessor(QObject *parent);
 
 public slots:
     virtual void backUp() = 0;
@@ -21,13 +21,13 @@ public slots:
     virtual void reboot() = 0;
     virtual void installSoftware() = 0;
     virtual void setBootOrder(OstrelIdentity::BootOrder order) = 0;
-    virtual void reset(const QStringList& resetList) = 0;
+    virtual void reset(const QStringList &resetList) = 0;
     virtual bool isBusy() = 0;
     virtual void cancel() = 0;
     virtual void ejectUSB() = 0;
 
 signals:
-    void responseReceived(const QString& response);
-    void identityUpdated(const OstrelIdentity& identity);
+    void responseReceived(const QString &response);
+    void identityUpdated(const OstrelIdentity &identity);
     void isBusyChanged(bool busy);
 };

@@ -1,6 +1,6 @@
 #include "processors/fakecommandprocessor.h"
 
-FakeCommandProcessor::FakeCommandProcessor(QObject* parent)
+FakeCommandProcessor::FakeCommandProcessor(QObject *parent)
     : AbstractCommandProcessor(parent)
 {
     identity.model = QStringLiteral("VX4120A");
@@ -14,12 +14,12 @@ FakeCommandProcessor::FakeCommandProcessor(QObject* parent)
     identity.gateway = QStringLiteral("127.0.0.1");
     identity.slotOrder = OstrelIdentity::BFirst;
     identity.slotList = {
-        {QStringLiteral("B"), QStringLiteral("T2019.01.1.1518_20190131_140805"), 3},
-        {QStringLiteral("A"), QStringLiteral("E2019.01.1.1518_20190131_111111"), 2},
+            {QStringLiteral("B"), QStringLiteral("T2019.01.1.1518_20190131_140805"), 3},
+            {QStringLiteral("A"), QStringLiteral("E2019.01.1.1518_20190131_111111"), 2},
     };
     identity.usbDevices = {
-        {QStringLiteral("USB0"), QStringLiteral("/dev/sda1/"), QStringLiteral("KINGSTON")},
-        {QStringLiteral("USB1"), QStringLiteral("/dev/sda2/"), QString()},
+            {QStringLiteral("USB0"), QStringLiteral("/dev/sda1/"), QStringLiteral("KINGSTON")},
+            {QStringLiteral("USB1"), QStringLiteral("/dev/sda2/"), QString()},
     };
 }
 
@@ -35,7 +35,7 @@ void FakeCommandProcessor::backUp()
     emit responseReceived(tr("\rProg 100%"));
     emit responseReceived(tr("\nMultiple carriage in one string\n"));
     const QString transferLine
-        = tr("\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)");
+            = tr("\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)");
     emit responseReceived(transferLine.repeated(4));
 }
 
@@ -63,7 +63,7 @@ void FakeCommandProcessor::setBootOrder(OstrelIdentity::BootOrder order)
     identify();
 }
 
-void FakeCommandProcessor::reset(const QStringList&) { }
+void FakeCommandProcessor::reset(const QStringList &) { }
 
 bool FakeCommandProcessor::isBusy()
 {

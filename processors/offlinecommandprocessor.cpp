@@ -1,6 +1,6 @@
 #include "processors/offlinecommandprocessor.h"
 
-OfflineCommandProcessor::OfflineCommandProcessor(const QString& hostName, QObject* parent)
+OfflineCommandProcessor::OfflineCommandProcessor(const QString &hostName, QObject *parent)
     : AbstractCommandProcessor(parent)
     , hostName(hostName)
 { }
@@ -30,7 +30,7 @@ void OfflineCommandProcessor::setBootOrder(OstrelIdentity::BootOrder)
     reportUnreachable();
 }
 
-void OfflineCommandProcessor::reset(const QStringList&)
+void OfflineCommandProcessor::reset(const QStringList &)
 {
     reportUnreachable();
 }
@@ -53,6 +53,6 @@ void OfflineCommandProcessor::ejectUSB()
 void OfflineCommandProcessor::reportUnreachable()
 {
     emit responseReceived(
-        tr("Not sent to %1: this build cannot reach an instrument over the network yet.\n")
-            .arg(hostName));
+            tr("Not sent to %1: this build cannot reach an instrument over the network yet.\n")
+                    .arg(hostName));
 }

@@ -10,14 +10,14 @@ class OfflineCommandProcessor final : public AbstractCommandProcessor
     Q_DISABLE_COPY_MOVE(OfflineCommandProcessor)
 
 public:
-    OfflineCommandProcessor(const QString& hostName, QObject* parent);
+    OfflineCommandProcessor(const QString &hostName, QObject *parent);
 
     void backUp() override;
     void identify() override;
     void reboot() override;
     void installSoftware() override;
     void setBootOrder(OstrelIdentity::BootOrder order) override;
-    void reset(const QStringList& resetList) override;
+    void reset(const QStringList &resetList) override;
     bool isBusy() override;
     void cancel() override;
     void ejectUSB() override;

@@ -14,12 +14,12 @@ class SignalRecorder : public QObject
     Q_DISABLE_COPY_MOVE(SignalRecorder)
 
 public:
-    explicit SignalRecorder(AbstractCommandProcessor* processor);
+    explicit SignalRecorder(AbstractCommandProcessor *processor);
 
     // Carriage returns and line feeds spelt out, so that they show in a failed comparison.
-    static QString visible(const QString& text);
+    static QString visible(const QString &text);
     // Boot order, slots with their counts, and the USB aliases.
-    static QString summary(const OstrelIdentity& identity);
+    static QString summary(const OstrelIdentity &identity);
 
     QStringList events;
 };

@@ -36,12 +36,12 @@ void TestAbstractCommandProcessor::methods_data()
     QTest::newRow("identityUpdated") << 1 << QByteArray("identityUpdated(OstrelIdentity)") << signal
                                      << none << QByteArrayList {"identity"};
     QTest::newRow("isBusyChanged")
-        << 2 << QByteArray("isBusyChanged(bool)") << signal << none << QByteArrayList {"busy"};
+            << 2 << QByteArray("isBusyChanged(bool)") << signal << none << QByteArrayList {"busy"};
     QTest::newRow("backUp") << 3 << QByteArray("backUp()") << slot << none << QByteArrayList {};
     QTest::newRow("identify") << 4 << QByteArray("identify()") << slot << none << QByteArrayList {};
     QTest::newRow("reboot") << 5 << QByteArray("reboot()") << slot << none << QByteArrayList {};
     QTest::newRow("installSoftware")
-        << 6 << QByteArray("installSoftware()") << slot << none << QByteArrayList {};
+            << 6 << QByteArray("installSoftware()") << slot << none << QByteArrayList {};
     QTest::newRow("setBootOrder") << 7 << QByteArray("setBootOrder(OstrelIdentity::BootOrder)")
                                   << slot << none << QByteArrayList {"order"};
     QTest::newRow("reset") << 8 << QByteArray("reset(QStringList)") << slot << none
@@ -61,7 +61,7 @@ void TestAbstractCommandProcessor::methods()
     QFETCH(QByteArray, returnType);
     QFETCH(QByteArrayList, parameterNames);
 
-    const QMetaObject& meta = AbstractCommandProcessor::staticMetaObject;
+    const QMetaObject &meta = AbstractCommandProcessor::staticMetaObject;
     QCOMPARE(meta.className(), "AbstractCommandProcessor");
     QCOMPARE(meta.methodCount() - meta.methodOffset(), 12);
 
@@ -89,7 +89,7 @@ void TestAbstractCommandProcessor::implementations()
     else
         processor = std::make_unique<OfflineCommandProcessor>(QStringLiteral("host"), nullptr);
 
-    const QMetaObject* meta = processor->metaObject();
+    const QMetaObject *meta = processor->metaObject();
     QCOMPARE(QString::fromLatin1(meta->className()), className);
     QVERIFY(processor->inherits("AbstractCommandProcessor"));
     QCOMPARE(meta->methodCount(), meta->methodOffset());
@@ -102,9 +102,9 @@ void TestAbstractCommandProcessor::implementations()
     int identities = 0;
     int responses = 0;
     connect(processor.get(), &AbstractCommandProcessor::identityUpdated, this,
-            [&identities](const OstrelIdentity&) { ++identities; });
+            [&identities](const OstrelIdentity &) { ++identities; });
     connect(processor.get(), &AbstractCommandProcessor::responseReceived, this,
-            [&responses](const QString&) { ++responses; });
+            [&responses](const QString &) { ++responses; });
     QVERIFY(QMetaObject::invokeMethod(processor.get(), "identify"));
     QCOMPARE(identities + responses, 1);
 }

@@ -16,9 +16,9 @@ private slots:
 
 namespace {
 const QString Transfer
-    = QStringLiteral("\\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)");
+        = QStringLiteral("\\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)");
 
-void run(AbstractCommandProcessor& processor, const QString& operation)
+void run(AbstractCommandProcessor &processor, const QString &operation)
 {
     if (operation == QLatin1String("backUp"))
         processor.backUp();
@@ -54,49 +54,50 @@ void TestFakeCommandProcessor::operations_data()
     QTest::addColumn<QStringList>("events");
 
     QTest::newRow("backUp: eight console chunks, nothing else")
-        << QStringList {QStringLiteral("backUp")}
-        << QStringList {QStringLiteral("response: Export without carriage\\n"),
-                        QStringLiteral("response: Prog 0%"),
-                        QStringLiteral("response: Prog 100%"),
-                        QStringLiteral("response: \\nExport With carriage\\n"),
-                        QStringLiteral("response: Prog 0%"),
-                        QStringLiteral("response: \\rProg 100%"),
-                        QStringLiteral("response: \\nMultiple carriage in one string\\n"),
-                        QStringLiteral("response: ") + Transfer.repeated(4)};
-    QTest::newRow("identify") << QStringList {QStringLiteral(
-        "identify")} << QStringList {QStringLiteral("identity: B-first B:3 A:2 usb: USB0 USB1")};
+            << QStringList {QStringLiteral("backUp")}
+            << QStringList {QStringLiteral("response: Export without carriage\\n"),
+                            QStringLiteral("response: Prog 0%"),
+                            QStringLiteral("response: Prog 100%"),
+                            QStringLiteral("response: \\nExport With carriage\\n"),
+                            QStringLiteral("response: Prog 0%"),
+                            QStringLiteral("response: \\rProg 100%"),
+                            QStringLiteral("response: \\nMultiple carriage in one string\\n"),
+                            QStringLiteral("response: ") + Transfer.repeated(4)};
+    QTest::newRow("identify") << QStringList {QStringLiteral("identify")}
+                              << QStringList {QStringLiteral(
+                                         "identity: B-first B:3 A:2 usb: USB0 USB1")};
     QTest::newRow("reboot") << QStringList {QStringLiteral("reboot")}
                             << QStringList {QStringLiteral("response: RebootCalled")};
     QTest::newRow("installSoftware")
-        << QStringList {QStringLiteral("installSoftware")}
-        << QStringList {QStringLiteral("response: Install Software requested")};
+            << QStringList {QStringLiteral("installSoftware")}
+            << QStringList {QStringLiteral("response: Install Software requested")};
     QTest::newRow("setBootOrder A swaps the slots")
-        << QStringList {QStringLiteral("setBootOrder A")}
-        << QStringList {QStringLiteral("identity: A-first A:2 B:3 usb: USB0 USB1")};
+            << QStringList {QStringLiteral("setBootOrder A")}
+            << QStringList {QStringLiteral("identity: A-first A:2 B:3 usb: USB0 USB1")};
     QTest::newRow("setBootOrder B swaps even when B is already first")
-        << QStringList {QStringLiteral("setBootOrder B")}
-        << QStringList {QStringLiteral("identity: B-first A:2 B:3 usb: USB0 USB1")};
+            << QStringList {QStringLiteral("setBootOrder B")}
+            << QStringList {QStringLiteral("identity: B-first A:2 B:3 usb: USB0 USB1")};
     QTest::newRow("two swaps restore the first order")
-        << QStringList {QStringLiteral("setBootOrder A"), QStringLiteral("setBootOrder B")}
-        << QStringList {QStringLiteral("identity: A-first A:2 B:3 usb: USB0 USB1"),
-                        QStringLiteral("identity: B-first B:3 A:2 usb: USB0 USB1")};
+            << QStringList {QStringLiteral("setBootOrder A"), QStringLiteral("setBootOrder B")}
+            << QStringList {QStringLiteral("identity: A-first A:2 B:3 usb: USB0 USB1"),
+                            QStringLiteral("identity: B-first B:3 A:2 usb: USB0 USB1")};
     QTest::newRow("reset of nothing")
-        << QStringList {QStringLiteral("reset none")} << QStringList {};
+            << QStringList {QStringLiteral("reset none")} << QStringList {};
     QTest::newRow("reset of every item")
-        << QStringList {QStringLiteral("reset all")} << QStringList {};
-    QTest::newRow("cancel with nothing running")
-        << QStringList {QStringLiteral("cancel")} << QStringList {QStringLiteral("busy: false")};
+            << QStringList {QStringLiteral("reset all")} << QStringList {};
+    QTest::newRow("cancel with nothing running") << QStringList {QStringLiteral("cancel")}
+                                                 << QStringList {QStringLiteral("busy: false")};
     QTest::newRow("eject removes every stick, for good")
-        << QStringList {QStringLiteral("ejectUSB"), QStringLiteral("ejectUSB"),
-                        QStringLiteral("identify")}
-        << QStringList {QStringLiteral("identity: B-first B:3 A:2 usb:"),
-                        QStringLiteral("identity: B-first B:3 A:2 usb:"),
-                        QStringLiteral("identity: B-first B:3 A:2 usb:")};
+            << QStringList {QStringLiteral("ejectUSB"), QStringLiteral("ejectUSB"),
+                            QStringLiteral("identify")}
+            << QStringList {QStringLiteral("identity: B-first B:3 A:2 usb:"),
+                            QStringLiteral("identity: B-first B:3 A:2 usb:"),
+                            QStringLiteral("identity: B-first B:3 A:2 usb:")};
     QTest::newRow("reboot and reset leave the identity alone")
-        << QStringList {QStringLiteral("reboot"), QStringLiteral("reset all"),
-                        QStringLiteral("identify")}
-        << QStringList {QStringLiteral("response: RebootCalled"),
-                        QStringLiteral("identity: B-first B:3 A:2 usb: USB0 USB1")};
+            << QStringList {QStringLiteral("reboot"), QStringLiteral("reset all"),
+                            QStringLiteral("identify")}
+            << QStringList {QStringLiteral("response: RebootCalled"),
+                            QStringLiteral("identity: B-first B:3 A:2 usb: USB0 USB1")};
 }
 
 void TestFakeCommandProcessor::operations()
@@ -106,7 +107,7 @@ void TestFakeCommandProcessor::operations()
 
     FakeCommandProcessor processor(nullptr);
     SignalRecorder recorder(&processor);
-    for (const QString& operation : operations) {
+    for (const QString &operation : operations) {
         run(processor, operation);
         QVERIFY(!processor.isBusy());
     }
@@ -119,11 +120,11 @@ void TestFakeCommandProcessor::simulatedIdentity()
     FakeCommandProcessor processor(nullptr);
     QList<OstrelIdentity> identities;
     connect(&processor, &AbstractCommandProcessor::identityUpdated, this,
-            [&identities](const OstrelIdentity& identity) { identities << identity; });
+            [&identities](const OstrelIdentity &identity) { identities << identity; });
     processor.identify();
     QCOMPARE(identities.size(), 1);
 
-    const OstrelIdentity& identity = identities.first();
+    const OstrelIdentity &identity = identities.first();
     QCOMPARE(identity.model, QStringLiteral("VX4120A"));
     QCOMPARE(identity.serial, QStringLiteral("1901035"));
     QCOMPARE(identity.options,
@@ -163,7 +164,7 @@ void TestFakeCommandProcessor::transferLineIsOneChunk()
     FakeCommandProcessor processor(nullptr);
     QStringList chunks;
     connect(&processor, &AbstractCommandProcessor::responseReceived, this,
-            [&chunks](const QString& chunk) { chunks << chunk; });
+            [&chunks](const QString &chunk) { chunks << chunk; });
     processor.backUp();
     QCOMPARE(chunks.last().size(), 272);
     QVERIFY(!chunks.last().contains(QLatin1Char('\n')));

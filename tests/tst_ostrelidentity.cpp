@@ -17,7 +17,7 @@ void TestOstrelIdentity::defaultIsEmptyWithBFirst()
 {
     const OstrelIdentity identity;
     // Empty, not the "--" placeholder: that belongs to documents with missing keys.
-    for (const QString& text :
+    for (const QString &text :
          {identity.model, identity.serial, identity.options, identity.bootVersion,
           identity.recoveryVersion, identity.ip, identity.subnet, identity.gateway}) {
         QVERIFY(text.isEmpty());

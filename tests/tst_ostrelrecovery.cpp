@@ -12,30 +12,30 @@ namespace {
 const QString SimulatedHost;
 const QString InstrumentHost = QStringLiteral("192.168.1.20");
 
-QPushButton* button(const QWidget& window, const QString& textStart)
+QPushButton *button(const QWidget &window, const QString &textStart)
 {
-    const auto buttons = window.findChildren<QPushButton*>();
-    for (QPushButton* candidate : buttons) {
+    const auto buttons = window.findChildren<QPushButton *>();
+    for (QPushButton *candidate : buttons) {
         if (candidate->text().startsWith(textStart))
             return candidate;
     }
     return nullptr;
 }
 
-QGroupBox* group(const QWidget& window, const QString& title)
+QGroupBox *group(const QWidget &window, const QString &title)
 {
-    const auto groups = window.findChildren<QGroupBox*>();
-    for (QGroupBox* candidate : groups) {
+    const auto groups = window.findChildren<QGroupBox *>();
+    for (QGroupBox *candidate : groups) {
         if (candidate->title() == title)
             return candidate;
     }
     return nullptr;
 }
 
-QLabel* label(const QWidget& window, const QString& textStart)
+QLabel *label(const QWidget &window, const QString &textStart)
 {
-    const auto labels = window.findChildren<QLabel*>();
-    for (QLabel* candidate : labels) {
+    const auto labels = window.findChildren<QLabel *>();
+    for (QLabel *candidate : labels) {
         if (candidate->text().startsWith(textStart))
             return candidate;
     }
@@ -43,29 +43,29 @@ QLabel* label(const QWidget& window, const QString& textStart)
 }
 
 // The buttons that can be pressed, in a fixed order, as one line.
-QString enabledButtons(const QWidget& window)
+QString enabledButtons(const QWidget &window)
 {
     static const QStringList names = {QStringLiteral("INSTALL SW"),    QStringLiteral("RESET..."),
                                       QStringLiteral("BOOT ORDER..."), QStringLiteral("REBOOT"),
                                       QStringLiteral("EXPORT"),        QStringLiteral("CANCEL"),
                                       QStringLiteral("EJECT"),         QStringLiteral("REFRESH")};
     QStringList enabled;
-    for (const QString& name : names) {
-        QPushButton* found = button(window, name);
+    for (const QString &name : names) {
+        QPushButton *found = button(window, name);
         if (found && found->isEnabled())
             enabled << name;
     }
     return enabled.join(QLatin1String(", "));
 }
 
-AbstractCommandProcessor* processorOf(const QWidget& window)
+AbstractCommandProcessor *processorOf(const QWidget &window)
 {
-    return window.findChild<AbstractCommandProcessor*>();
+    return window.findChild<AbstractCommandProcessor *>();
 }
 
-QString consoleText(const QWidget& window)
+QString consoleText(const QWidget &window)
 {
-    return window.findChild<QTextEdit*>()->toPlainText();
+    return window.findChild<QTextEdit *>()->toPlainText();
 }
 } // namespace
 
@@ -90,14 +90,14 @@ void TestOstrelRecovery::window_data()
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("backEnd");
     QTest::newRow("no host: simulated instrument")
-        << SimulatedHost << QStringLiteral("Recovery Mode")
-        << QStringLiteral("FakeCommandProcessor");
+            << SimulatedHost << QStringLiteral("Recovery Mode")
+            << QStringLiteral("FakeCommandProcessor");
     QTest::newRow("host in the title")
-        << InstrumentHost << QStringLiteral("Recovery Mode (192.168.1.20)")
-        << QStringLiteral("OfflineCommandProcessor");
+            << InstrumentHost << QStringLiteral("Recovery Mode (192.168.1.20)")
+            << QStringLiteral("OfflineCommandProcessor");
     QTest::newRow("host text taken as given")
-        << QStringLiteral(" <b>odd</b> ") << QStringLiteral("Recovery Mode ( <b>odd</b> )")
-        << QStringLiteral("OfflineCommandProcessor");
+            << QStringLiteral(" <b>odd</b> ") << QStringLiteral("Recovery Mode ( <b>odd</b> )")
+            << QStringLiteral("OfflineCommandProcessor");
 }
 
 void TestOstrelRecovery::window()
@@ -115,7 +115,7 @@ void TestOstrelRecovery::window()
     QCOMPARE(window.maximumSize(), QSize(1280, 800));
     QCOMPARE(window.windowState(), Qt::WindowNoState);
 
-    const auto processors = window.findChildren<AbstractCommandProcessor*>();
+    const auto processors = window.findChildren<AbstractCommandProcessor *>();
     QCOMPARE(processors.size(), 1);
     QCOMPARE(QString::fromLatin1(processors.first()->metaObject()->className()), backEnd);
     QCOMPARE(processors.first()->parent(), &window);
@@ -127,10 +127,10 @@ void TestOstrelRecovery::panels()
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
 
-    QGroupBox* console = group(window, QStringLiteral("Console"));
-    QGroupBox* commands = group(window, QStringLiteral("Commands"));
-    QGroupBox* usb = group(window, QStringLiteral("USB Device"));
-    QGroupBox* exportGroup = group(window, QStringLiteral("Export"));
+    QGroupBox *console = group(window, QStringLiteral("Console"));
+    QGroupBox *commands = group(window, QStringLiteral("Commands"));
+    QGroupBox *usb = group(window, QStringLiteral("USB Device"));
+    QGroupBox *exportGroup = group(window, QStringLiteral("Export"));
     QVERIFY(console && commands && usb && exportGroup);
     QCOMPARE(console->height(), 266);
     QCOMPARE(commands->width(), 426);
@@ -142,10 +142,10 @@ void TestOstrelRecovery::panels()
     // USB bottom right beside it.
     QStringList order;
     for (int i = 0; i < commands->layout()->count(); ++i) {
-        QWidget* widget = commands->layout()->itemAt(i)->widget();
-        if (auto* push = qobject_cast<QPushButton*>(widget))
+        QWidget *widget = commands->layout()->itemAt(i)->widget();
+        if (auto *push = qobject_cast<QPushButton *>(widget))
             order << push->text();
-        else if (auto* box = qobject_cast<QGroupBox*>(widget))
+        else if (auto *box = qobject_cast<QGroupBox *>(widget))
             order << box->title();
     }
     QCOMPARE(order,
@@ -160,12 +160,12 @@ void TestOstrelRecovery::panels()
     QVERIFY(button(window, QStringLiteral("EJECT"))->x()
             < button(window, QStringLiteral("REFRESH"))->x());
 
-    const auto buttons = window.findChildren<QPushButton*>();
+    const auto buttons = window.findChildren<QPushButton *>();
     QCOMPARE(buttons.size(), 8);
-    for (QPushButton* push : buttons)
+    for (QPushButton *push : buttons)
         QCOMPARE(push->height(), 48);
 
-    auto* text = window.findChild<QTextEdit*>();
+    auto *text = window.findChild<QTextEdit *>();
     QVERIFY(text->isReadOnly());
     QCOMPARE(text->textInteractionFlags(), Qt::NoTextInteraction);
     QCOMPARE(label(window, QStringLiteral("Status : "))->alignment(), Qt::AlignCenter);
@@ -179,9 +179,9 @@ void TestOstrelRecovery::buttonStates_data()
     QTest::addColumn<QString>("enabled");
 
     const QString all
-        = QStringLiteral("INSTALL SW, RESET..., BOOT ORDER..., REBOOT, EXPORT, EJECT, REFRESH");
+            = QStringLiteral("INSTALL SW, RESET..., BOOT ORDER..., REBOOT, EXPORT, EJECT, REFRESH");
     const QString allButReboot
-        = QStringLiteral("INSTALL SW, RESET..., BOOT ORDER..., EXPORT, EJECT, REFRESH");
+            = QStringLiteral("INSTALL SW, RESET..., BOOT ORDER..., EXPORT, EJECT, REFRESH");
     const QString whileBusy = QStringLiteral("EJECT, REFRESH");
 
     QTest::newRow("host: after construction") << InstrumentHost << QStringList {} << all;
@@ -189,31 +189,34 @@ void TestOstrelRecovery::buttonStates_data()
     QTest::newRow("host: busy") << InstrumentHost << QStringList {QStringLiteral("busy")}
                                 << whileBusy;
     QTest::newRow("host: busy, then idle")
-        << InstrumentHost << QStringList {QStringLiteral("busy"), QStringLiteral("idle")} << all;
+            << InstrumentHost << QStringList {QStringLiteral("busy"), QStringLiteral("idle")}
+            << all;
     QTest::newRow("no host: idle keeps REBOOT locked")
-        << SimulatedHost << QStringList {QStringLiteral("busy"), QStringLiteral("idle")}
-        << allButReboot;
+            << SimulatedHost << QStringList {QStringLiteral("busy"), QStringLiteral("idle")}
+            << allButReboot;
     QTest::newRow("repeated reports")
-        << InstrumentHost
-        << QStringList {QStringLiteral("busy"), QStringLiteral("busy"), QStringLiteral("idle"),
-                        QStringLiteral("idle")}
-        << all;
+            << InstrumentHost
+            << QStringList {QStringLiteral("busy"), QStringLiteral("busy"), QStringLiteral("idle"),
+                            QStringLiteral("idle")}
+            << all;
     QTest::newRow("no host: EXPORT enables CANCEL, nothing disables it")
-        << SimulatedHost << QStringList {QStringLiteral("EXPORT")}
-        << QStringLiteral("INSTALL SW, RESET..., BOOT ORDER..., EXPORT, CANCEL, EJECT, REFRESH");
+            << SimulatedHost << QStringList {QStringLiteral("EXPORT")}
+            << QStringLiteral(
+                       "INSTALL SW, RESET..., BOOT ORDER..., EXPORT, CANCEL, EJECT, REFRESH");
     QTest::newRow("no host: CANCEL reports idle, which disables it")
-        << SimulatedHost << QStringList {QStringLiteral("EXPORT"), QStringLiteral("CANCEL")}
-        << allButReboot;
+            << SimulatedHost << QStringList {QStringLiteral("EXPORT"), QStringLiteral("CANCEL")}
+            << allButReboot;
     QTest::newRow("host: busy leaves CANCEL usable")
-        << InstrumentHost << QStringList {QStringLiteral("EXPORT"), QStringLiteral("busy")}
-        << QStringLiteral("CANCEL, EJECT, REFRESH");
+            << InstrumentHost << QStringList {QStringLiteral("EXPORT"), QStringLiteral("busy")}
+            << QStringLiteral("CANCEL, EJECT, REFRESH");
     QTest::newRow("host: idle after export disables CANCEL")
-        << InstrumentHost
-        << QStringList {QStringLiteral("EXPORT"), QStringLiteral("busy"), QStringLiteral("idle")}
-        << all;
+            << InstrumentHost
+            << QStringList {QStringLiteral("EXPORT"), QStringLiteral("busy"),
+                            QStringLiteral("idle")}
+            << all;
     QTest::newRow("busy: disabled buttons ignore clicks")
-        << InstrumentHost << QStringList {QStringLiteral("busy"), QStringLiteral("EXPORT")}
-        << whileBusy;
+            << InstrumentHost << QStringList {QStringLiteral("busy"), QStringLiteral("EXPORT")}
+            << whileBusy;
 }
 
 void TestOstrelRecovery::buttonStates()
@@ -225,8 +228,8 @@ void TestOstrelRecovery::buttonStates()
     OstrelRecovery window(hostName);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    AbstractCommandProcessor* processor = processorOf(window);
-    for (const QString& step : steps) {
+    AbstractCommandProcessor *processor = processorOf(window);
+    for (const QString &step : steps) {
         if (step == QLatin1String("busy"))
             emit processor->isBusyChanged(true);
         else if (step == QLatin1String("idle"))
@@ -246,22 +249,22 @@ void TestOstrelRecovery::identityReachesLabels_data()
     QTest::addColumn<QString>("label");
 
     QTest::newRow("A boots first, no stick")
-        << QStringList {QStringLiteral("A"), QStringLiteral("B")} << QStringList {}
-        << QStringLiteral("INSTALL SW TO SLOT A") << QStringLiteral("Status : Not Connected")
-        << QStringLiteral("Label : --");
+            << QStringList {QStringLiteral("A"), QStringLiteral("B")} << QStringList {}
+            << QStringLiteral("INSTALL SW TO SLOT A") << QStringLiteral("Status : Not Connected")
+            << QStringLiteral("Label : --");
     QTest::newRow("two sticks: only the first is shown")
-        << QStringList {QStringLiteral("B"), QStringLiteral("A")}
-        << QStringList {QStringLiteral("FIRST"), QStringLiteral("SECOND")}
-        << QStringLiteral("INSTALL SW TO SLOT B") << QStringLiteral("Status : Connected")
-        << QStringLiteral("Label : FIRST");
+            << QStringList {QStringLiteral("B"), QStringLiteral("A")}
+            << QStringList {QStringLiteral("FIRST"), QStringLiteral("SECOND")}
+            << QStringLiteral("INSTALL SW TO SLOT B") << QStringLiteral("Status : Connected")
+            << QStringLiteral("Label : FIRST");
     QTest::newRow("a stick without a label shows it empty")
-        << QStringList {QStringLiteral("B"), QStringLiteral("A")} << QStringList {QString()}
-        << QStringLiteral("INSTALL SW TO SLOT B") << QStringLiteral("Status : Connected")
-        << QStringLiteral("Label : ");
+            << QStringList {QStringLiteral("B"), QStringLiteral("A")} << QStringList {QString()}
+            << QStringLiteral("INSTALL SW TO SLOT B") << QStringLiteral("Status : Connected")
+            << QStringLiteral("Label : ");
     QTest::newRow("no slots: install text unchanged")
-        << QStringList {} << QStringList {QStringLiteral("KINGSTON")}
-        << QStringLiteral("INSTALL SW") << QStringLiteral("Status : Connected")
-        << QStringLiteral("Label : KINGSTON");
+            << QStringList {} << QStringList {QStringLiteral("KINGSTON")}
+            << QStringLiteral("INSTALL SW") << QStringLiteral("Status : Connected")
+            << QStringLiteral("Label : KINGSTON");
 }
 
 void TestOstrelRecovery::identityReachesLabels()
@@ -274,18 +277,18 @@ void TestOstrelRecovery::identityReachesLabels()
 
     // This back end reports no identity, so the window shows what it has before the first one.
     OstrelRecovery window(InstrumentHost);
-    const auto shownLabels = group(window, QStringLiteral("USB Device"))->findChildren<QLabel*>();
+    const auto shownLabels = group(window, QStringLiteral("USB Device"))->findChildren<QLabel *>();
     QCOMPARE(shownLabels.size(), 2);
-    QLabel* statusLabel = shownLabels.at(0);
-    QLabel* labelLabel = shownLabels.at(1);
+    QLabel *statusLabel = shownLabels.at(0);
+    QLabel *labelLabel = shownLabels.at(1);
     QVERIFY(statusLabel->text().isEmpty());
     QVERIFY(labelLabel->text().isEmpty());
     QCOMPARE(button(window, QStringLiteral("INSTALL SW"))->text(), QStringLiteral("INSTALL SW"));
 
     OstrelIdentity identity;
-    for (const QString& name : slotNames)
+    for (const QString &name : slotNames)
         identity.slotList << OstrelIdentity::SlotInfo {name, QStringLiteral("v"), 0};
-    for (const QString& usbLabel : usbLabels)
+    for (const QString &usbLabel : usbLabels)
         identity.usbDevices << OstrelIdentity::UsbDevice {QStringLiteral("USB0"),
                                                           QStringLiteral("/dev/sda1/"), usbLabel};
     emit processorOf(window)->identityUpdated(identity);
@@ -307,10 +310,10 @@ void TestOstrelRecovery::buttonsReachTheBackEnd()
     OstrelRecovery window(SimulatedHost);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    AbstractCommandProcessor* processor = processorOf(window);
+    AbstractCommandProcessor *processor = processorOf(window);
     int identities = 0;
     connect(processor, &AbstractCommandProcessor::identityUpdated, this,
-            [&identities](const OstrelIdentity&) { ++identities; });
+            [&identities](const OstrelIdentity &) { ++identities; });
 
     QCOMPARE(label(window, QStringLiteral("Status : "))->text(),
              QStringLiteral("Status : Connected"));

@@ -27,23 +27,23 @@ void TestStartup::badCommandLineEndsBeforeAnyWindow_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
 
-    QTest::newRow("undeclared option")
-        << QStringList {QStringLiteral("--verbose")} << QStringLiteral("Unknown option 'verbose'.");
+    QTest::newRow("undeclared option") << QStringList {QStringLiteral("--verbose")}
+                                       << QStringLiteral("Unknown option 'verbose'.");
     QTest::newRow("value missing at the end")
-        << QStringList {QStringLiteral("stray"), QStringLiteral("--hostName")}
-        << QStringLiteral("Missing value after '--hostName'.");
+            << QStringList {QStringLiteral("stray"), QStringLiteral("--hostName")}
+            << QStringLiteral("Missing value after '--hostName'.");
     QTest::newRow("no help option")
-        << QStringList {QStringLiteral("--help")} << QStringLiteral("Unknown option 'help'.");
-    QTest::newRow("no version option")
-        << QStringList {QStringLiteral("--version")} << QStringLiteral("Unknown option 'version'.");
+            << QStringList {QStringLiteral("--help")} << QStringLiteral("Unknown option 'help'.");
+    QTest::newRow("no version option") << QStringList {QStringLiteral("--version")}
+                                       << QStringLiteral("Unknown option 'version'.");
     QTest::newRow("single dash reads as short options")
-        << QStringList {QStringLiteral("-hostName"), QStringLiteral("x")}
-        << QStringLiteral("Unknown options: h, o, s, t, N, a, m, e.");
+            << QStringList {QStringLiteral("-hostName"), QStringLiteral("x")}
+            << QStringLiteral("Unknown options: h, o, s, t, N, a, m, e.");
     QTest::newRow("wrong case") << QStringList {QStringLiteral("--hostname=x")}
                                 << QStringLiteral("Unknown option 'hostname'.");
     QTest::newRow("very long option")
-        << QStringList {QStringLiteral("--") + QString(20000, QLatin1Char('z'))}
-        << QStringLiteral("Unknown option 'zzzz");
+            << QStringList {QStringLiteral("--") + QString(20000, QLatin1Char('z'))}
+            << QStringLiteral("Unknown option 'zzzz");
 }
 
 // Against the built program: the parser must end it before the window (or even the style sheet)
@@ -73,20 +73,20 @@ void TestStartup::hostName_data()
 
     QTest::newRow("no arguments") << QStringList {} << QString();
     QTest::newRow("empty value is no host")
-        << QStringList {QStringLiteral("--hostName=")} << QString();
+            << QStringList {QStringLiteral("--hostName=")} << QString();
     QTest::newRow("value as next argument")
-        << QStringList {QStringLiteral("--hostName"), QStringLiteral("192.168.1.20")}
-        << QStringLiteral("192.168.1.20");
+            << QStringList {QStringLiteral("--hostName"), QStringLiteral("192.168.1.20")}
+            << QStringLiteral("192.168.1.20");
     QTest::newRow("last value wins")
-        << QStringList {QStringLiteral("--hostName"), QStringLiteral("192.168.1.20"),
-                        QStringLiteral("--hostName=10.0.0.5")}
-        << QStringLiteral("10.0.0.5");
+            << QStringList {QStringLiteral("--hostName"), QStringLiteral("192.168.1.20"),
+                            QStringLiteral("--hostName=10.0.0.5")}
+            << QStringLiteral("10.0.0.5");
     QTest::newRow("stray positional argument ignored")
-        << QStringList {QStringLiteral("stray"), QStringLiteral("--hostName=box")}
-        << QStringLiteral("box");
+            << QStringList {QStringLiteral("stray"), QStringLiteral("--hostName=box")}
+            << QStringLiteral("box");
     QTest::newRow("value taken unchecked")
-        << QStringList {QStringLiteral("--hostName"), QStringLiteral(" not a host/ ")}
-        << QStringLiteral(" not a host/ ");
+            << QStringList {QStringLiteral("--hostName"), QStringLiteral(" not a host/ ")}
+            << QStringLiteral(" not a host/ ");
 }
 
 void TestStartup::hostName()
@@ -109,10 +109,11 @@ void TestStartup::hostName()
 void TestStartup::styleSheetResource()
 {
     const QByteArray expected
-        = "QPushButton, QTextEdit, QGroupBox, QCheckBox, QLabel { font: 20px} QScrollBar:vertical "
-          "{ "
-          "width: 48px; }  QLabel#TitleLabel { font: 50px}  HelpMessageRebootMenu QPushButton, "
-          "HelpMessageRebootMenu QLabel { font: 30px}\r\n";
+            = "QPushButton, QTextEdit, QGroupBox, QCheckBox, QLabel { font: 20px} "
+              "QScrollBar:vertical "
+              "{ "
+              "width: 48px; }  QLabel#TitleLabel { font: 50px}  HelpMessageRebootMenu QPushButton, "
+              "HelpMessageRebootMenu QLabel { font: 30px}\r\n";
     QFile file(QStringLiteral(":/styleSheet.qss"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray content = file.readAll();
