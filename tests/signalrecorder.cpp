@@ -6,35 +6,25 @@ SignalRecorder::SignalRecorder(AbstractCommandProcessor *processor)
     : QObject(processor)
 {
     connect(processor, &AbstractCommandProcessor::responseReceived, this,
-            [this](const QString &response) {
-                events << QStringLiteral("response: ") + visible(response);
-            });
+            [this](const QString &response) { events << "response: " + visible(response); });
     connect(processor, &AbstractCommandProcessor::identityUpdated, this,
-            [this](const OstrelIdentity &identity) {
-                events << QStringLiteral("identity: ") + summary(identity);
-            });
-    connect(processor, &AbstractCommandProcessor::isBusyChanged, this, [this](bool busy) {
-        events << (busy ? QStringLiteral("busy: true") : QStringLiteral("busy: false"));
-    });
+            [this](const OstrelIdentity &identity) { events << "identity: " + summary(identity); });
+    connect(processor, &AbstractCommandProcessor::isBusyChanged, this,
+            [this](bool busy) { events << (busy ? "busy: true" : "busy: false"); });
 }
 
-QString SignalRecorder::visible(const QString &text)
+QString SignalRecorder::visible(QString text)
 {
-    QString result = text;
-    result.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    result.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    return result;
+    return text.replace('\r', "\\r").replace('\n', "\\n");
 }
 
 QString SignalRecorder::summary(const OstrelIdentity &identity)
 {
-    QStringList words;
-    words << (identity.slotOrder == OstrelIdentity::AFirst ? QStringLiteral("A-first")
-                                                           : QStringLiteral("B-first"));
+    QStringList words {identity.slotOrder == OstrelIdentity::AFirst ? "A-first" : "B-first"};
     for (const OstrelIdentity::SlotInfo &slot : identity.slotList)
-        words << QStringLiteral("%1:%2").arg(slot.name).arg(slot.count);
-    words << QStringLiteral("usb:");
+        words << QString("%1:%2").arg(slot.name).arg(slot.count);
+    words << "usb:";
     for (const OstrelIdentity::UsbDevice &device : identity.usbDevices)
         words << device.alias;
-    return words.join(QLatin1Char(' '));
+    return words.join(' ');
 }

@@ -17,7 +17,7 @@ public:
     explicit SignalRecorder(AbstractCommandProcessor *processor);
 
     // Carriage returns and line feeds spelt out, so that they show in a failed comparison.
-    static QString visible(const QString &text);
+    static QString visible(QString text);
     // Boot order, slots with their counts, and the USB aliases.
     static QString summary(const OstrelIdentity &identity);
 

@@ -52,51 +52,41 @@ void TestConsole::chunks_data()
     QTest::addColumn<QStringList>("chunks");
     QTest::addColumn<QString>("text");
 
-    const QString transfer
-            = QStringLiteral("     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)");
-    QTest::newRow("plain line") << QStringList {QStringLiteral("Export without carriage\n")}
-                                << QStringLiteral("Export without carriage\n");
+    const QString transfer = "     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
+    QTest::newRow("plain line") << QStringList {"Export without carriage\n"}
+                                << "Export without carriage\n";
     QTest::newRow("chunks without carriage return join up")
-            << QStringList {QStringLiteral("Prog 0%"), QStringLiteral("Prog 100%")}
-            << QStringLiteral("Prog 0%Prog 100%");
+            << QStringList {"Prog 0%", "Prog 100%"} << "Prog 0%Prog 100%";
     QTest::newRow("progress redrawn by the next chunk")
-            << QStringList {QStringLiteral("done\n"), QStringLiteral("Prog 0%"),
-                            QStringLiteral("\rProg 100%")}
-            << QStringLiteral("done\nProg 100%");
+            << QStringList {"done\n", "Prog 0%", "\rProg 100%"} << "done\nProg 100%";
     QTest::newRow("carriage return on an empty last line erases nothing")
-            << QStringList {QStringLiteral("a\n"), QStringLiteral("\rb")} << QStringLiteral("a\nb");
+            << QStringList {"a\n", "\rb"} << "a\nb";
     QTest::newRow("four redraws in one chunk leave one")
-            << QStringList {QStringLiteral("x\n"), (QLatin1Char('\r') + transfer).repeated(4)}
-            << QStringLiteral("x\n") + transfer;
+            << QStringList {"x\n", ('\r' + transfer).repeated(4)} << "x\n" + transfer;
     QTest::newRow("only the text after the last carriage return stays")
-            << QStringList {QStringLiteral("keep\nold"), QStringLiteral("new\rmid\rlast")}
-            << QStringLiteral("keep\nlast");
+            << QStringList {"keep\nold", "new\rmid\rlast"} << "keep\nlast";
     QTest::newRow("trailing carriage return blanks the line")
-            << QStringList {QStringLiteral("a\nline"), QStringLiteral("\r")}
-            << QStringLiteral("a\n");
+            << QStringList {"a\nline", "\r"} << "a\n";
     QTest::newRow("carriage return before line feed is not one line end")
-            << QStringList {QStringLiteral("a\nline\r\nnext")} << QStringLiteral("a\n\nnext");
-    QTest::newRow("empty chunk") << QStringList {QStringLiteral("abc"), QString()}
-                                 << QStringLiteral("abc");
+            << QStringList {"a\nline\r\nnext"} << "a\n\nnext";
+    QTest::newRow("empty chunk") << QStringList {"abc", QString()} << "abc";
     QTest::newRow("lone carriage returns on an empty console")
-            << QStringList {QStringLiteral("\r"), QStringLiteral("\r\r\r")} << QString();
+            << QStringList {"\r", "\r\r\r"} << QString();
     QTest::newRow("markup is shown literally")
-            << QStringList {QStringLiteral("<b>bold</b> &amp; <br>\n")}
-            << QStringLiteral("<b>bold</b> &amp; <br>\n");
+            << QStringList {"<b>bold</b> &amp; <br>\n"} << "<b>bold</b> &amp; <br>\n";
     QTest::newRow("NUL characters are text like any other")
-            << QStringList {QStringLiteral("a") + QChar(0) + QStringLiteral("b\n")}
-            << QStringLiteral("a") + QChar(0) + QStringLiteral("b\n");
+            << QStringList {QString("a") + QChar(0) + "b\n"} << QString("a") + QChar(0) + "b\n";
     QTest::newRow("simulated export")
-            << QStringList {QStringLiteral("Export without carriage\n"),
-                            QStringLiteral("Prog 0%"),
-                            QStringLiteral("Prog 100%"),
-                            QStringLiteral("\nExport With carriage\n"),
-                            QStringLiteral("Prog 0%"),
-                            QStringLiteral("\rProg 100%"),
-                            QStringLiteral("\nMultiple carriage in one string\n"),
-                            (QLatin1Char('\r') + transfer).repeated(4)}
-            << QStringLiteral("Export without carriage\nProg 0%Prog 100%\nExport With carriage\n"
-                              "Prog 100%\nMultiple carriage in one string\n")
+            << QStringList {"Export without carriage\n",
+                            "Prog 0%",
+                            "Prog 100%",
+                            "\nExport With carriage\n",
+                            "Prog 0%",
+                            "\rProg 100%",
+                            "\nMultiple carriage in one string\n",
+                            ('\r' + transfer).repeated(4)}
+            << "Export without carriage\nProg 0%Prog 100%\nExport With carriage\nProg 100%\n"
+               "Multiple carriage in one string\n"
                     + transfer;
 }
 
@@ -114,8 +104,8 @@ void TestConsole::wrappedParagraphLosesOnlyItsLastDisplayLine()
 {
     QString paragraph;
     for (int word = 0; word < 200; ++word)
-        paragraph += QStringLiteral("word%1 ").arg(word, 4, 10, QLatin1Char('0'));
-    feed(QStringLiteral("before\n") + paragraph);
+        paragraph += QString("word%1 ").arg(word, 4, 10, QLatin1Char('0'));
+    feed("before\n" + paragraph);
 
     const QTextBlock last = console->document()->lastBlock();
     QTextLayout *layout = last.layout();
@@ -123,17 +113,16 @@ void TestConsole::wrappedParagraphLosesOnlyItsLastDisplayLine()
     const int lastLineStart = layout->lineAt(layout->lineCount() - 1).textStart();
     QVERIFY(lastLineStart > 0);
 
-    feed(QStringLiteral("\rnew"));
-    QCOMPARE(console->toPlainText(),
-             QStringLiteral("before\n") + paragraph.left(lastLineStart) + QStringLiteral("new"));
+    feed("\rnew");
+    QCOMPARE(console->toPlainText(), "before\n" + paragraph.left(lastLineStart) + "new");
 
     // A very long paragraph is no different, only slower to lay out.
     const QString longLine(200000, QLatin1Char('x'));
-    feed(QStringLiteral("\n") + longLine);
+    feed("\n" + longLine);
     QVERIFY(console->document()->lastBlock().layout()->lineCount() > 1);
-    feed(QStringLiteral("\rend"));
+    feed("\rend");
     const QString lastBlock = console->document()->lastBlock().text();
-    QVERIFY(lastBlock.endsWith(QStringLiteral("xend")));
+    QVERIFY(lastBlock.endsWith("xend"));
     QVERIFY(lastBlock.size() < longLine.size());
 }
 
@@ -142,7 +131,7 @@ void TestConsole::scrollsToTheEnd()
     QScrollBar *scrollBar = console->verticalScrollBar();
     QString lines;
     for (int line = 0; line < 100; ++line)
-        lines += QStringLiteral("line %1\n").arg(line);
+        lines += QString("line %1\n").arg(line);
     feed(lines);
     QVERIFY(scrollBar->maximum() > 0);
     QCOMPARE(scrollBar->value(), scrollBar->maximum());
@@ -151,7 +140,7 @@ void TestConsole::scrollsToTheEnd()
     // view would stop one line short once the event loop has caught up.
     scrollBar->setValue(0);
     const int before = scrollBar->maximum();
-    feed(QStringLiteral("more\n"));
+    feed("more\n");
     QVERIFY(scrollBar->maximum() > before);
     QCOMPARE(scrollBar->value(), scrollBar->maximum());
     QCoreApplication::processEvents();
@@ -164,11 +153,11 @@ void TestConsole::scrollsToTheEnd()
 void TestConsole::keepsNoUndoHistory()
 {
     QVERIFY(!console->document()->isUndoRedoEnabled());
-    feed(QStringLiteral("start\n"));
+    feed("start\n");
     for (int percent = 0; percent <= 100; ++percent)
-        feed(QStringLiteral("\rProg %1%").arg(percent));
+        feed(QString("\rProg %1%").arg(percent));
     QCOMPARE(console->document()->availableUndoSteps(), 0);
-    QCOMPARE(console->toPlainText(), QStringLiteral("start\nProg 100%"));
+    QCOMPARE(console->toPlainText(), "start\nProg 100%");
 }
 
 QTEST_MAIN(TestConsole)
