@@ -97,9 +97,9 @@ void OstrelRecovery::handleResponseReceived(const QString &response)
     scrollBar->setValue(scrollBar->maximum());
 }
 
-void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &identity)
+void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &newIdentity)
 {
-    this->identity = identity;
+    identity = newIdentity;
     updateUsbStatus();
     if (installButton && !identity.slotList.isEmpty())
         installButton->setText(tr("INSTALL SW TO SLOT %1").arg(identity.slotList.first().name));
@@ -143,6 +143,10 @@ void OstrelRecovery::createConsoleGroup()
     QTextOption textOption = console->document()->defaultTextOption();
     textOption.setTextDirection(Qt::LeftToRight);
     console->document()->setDefaultTextOption(textOption);
+    // Wrapped at the edge like a terminal, not at word boundaries: looking for a word boundary
+    // in a line that has none costs time quadratic in its length, so one unbroken megabyte from
+    // the instrument would freeze the console for a minute.
+    console->setWordWrapMode(QTextOption::WrapAnywhere);
     auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 

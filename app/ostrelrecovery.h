@@ -28,7 +28,7 @@ private slots:
 
 private:
     void handleResponseReceived(const QString &response);
-    void handleIdentityUpdated(const OstrelIdentity &identity);
+    void handleIdentityUpdated(const OstrelIdentity &newIdentity);
     void handleBusyChanged(bool busy);
     void updateUsbStatus();
     void createConsoleGroup();

@@ -69,6 +69,8 @@ public:
         return double(timer.nsecsElapsed()) / 1000.0 / Chunks;
     }
 
+    void append(const QString &chunk) { emit processor->responseReceived(chunk); }
+
     void overwrite(int from, int to)
     {
         for (int count = from; count < to; ++count)
@@ -124,6 +126,18 @@ int main(int argc, char *argv[])
                 "progress-line overwrites     resident at 100 000: %.2f MB, at 300 000: %.2f MB\n",
                 at100k, at300k);
         std::printf("  growth between them        %.2f MB (target < 0.50)\n", at300k - at100k);
+    }
+    {
+        ConsoleBench bench;
+        QElapsedTimer timer;
+        timer.start();
+        bench.append(QString(1000000, QLatin1Char('y')));
+        const double line = double(timer.nsecsElapsed()) / 1e6;
+        timer.restart();
+        bench.append(QStringLiteral("\rend"));
+        std::printf("one unbroken 1 MB line        %.0f ms to append, %.0f ms to redraw after a "
+                    "carriage return\n",
+                    line, double(timer.nsecsElapsed()) / 1e6);
     }
     return 0;
 }
