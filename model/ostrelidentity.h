@@ -7,6 +7,9 @@
 inline const QString NoValueText = QStringLiteral("--");
 
 // Everything the console knows about the instrument, as a plain value that back ends report whole.
+class QJsonDocument;
+class QJsonObject;
+
 class OstrelIdentity
 {
 public:
@@ -30,6 +33,9 @@ public:
     };
 
     OstrelIdentity();
+    // Reads the identity document the instrument sends. Never fails: whatever is missing or of
+    // another type takes its default, and anything but an object gives the all-defaults identity.
+    explicit OstrelIdentity(const QJsonDocument &document);
 
     // BFirst until an instrument says otherwise: the same order a document without one gives, so
     // a boot order swap before the first report is well defined.
@@ -44,4 +50,9 @@ public:
     QString subnet;
     QString gateway;
     QList<UsbDevice> usbDevices;
+
+private:
+    void parseDocument(const QJsonObject &document);
+    void parseSlots(const QJsonObject &document);
+    void parseUsbDevices(const QJsonObject &document);
 };

@@ -1,5 +1,6 @@
 #include "model/ostrelidentity.h"
 
+#include <QJsonDocument>
 #include <QTest>
 
 class TestOstrelIdentity : public QObject
@@ -8,7 +9,39 @@ class TestOstrelIdentity : public QObject
 
 private slots:
     void defaultIdentity();
+    void document_data();
+    void document();
+    void copiesAreIndependent();
 };
+
+namespace {
+
+// Every field in one line, so that a table row states the whole identity a document gives.
+QString describe(const OstrelIdentity &identity)
+{
+    QStringList slotTexts;
+    for (const OstrelIdentity::SlotInfo &slot : identity.slotList)
+        slotTexts << QString("%1 %2 %3").arg(slot.name, slot.version).arg(slot.count);
+    QStringList devices;
+    for (const OstrelIdentity::UsbDevice &device : identity.usbDevices)
+        devices << QString("%1 %2 '%3'").arg(device.alias, device.device, device.label);
+    return QStringList {identity.slotOrder == OstrelIdentity::AFirst ? "AFirst" : "BFirst",
+                        identity.model,
+                        identity.serial,
+                        identity.options,
+                        identity.bootVersion,
+                        identity.recoveryVersion,
+                        identity.ip,
+                        identity.subnet,
+                        identity.gateway,
+                        slotTexts.join(", "),
+                        devices.join(", ")}
+            .join(" | ");
+}
+
+const QString Defaults = "BFirst | -- | -- | -- | -- | -- | -- | -- | -- | B -- 0, A -- 0 | ";
+
+} // namespace
 
 // Empty texts, not the "--" placeholder, and BFirst so that a boot order swap before the first
 // report is defined.
@@ -20,6 +53,80 @@ void TestOstrelIdentity::defaultIdentity()
     QVERIFY(identity.ip.isEmpty() && identity.bootVersion.isEmpty());
     QVERIFY(identity.slotList.isEmpty() && identity.usbDevices.isEmpty());
     QCOMPARE(NoValueText, "--");
+}
+
+void TestOstrelIdentity::document_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("the simulated instrument")
+            << QByteArray(R"({"model": "VX4120A", "serial": "1901035", "options": "0102/0117",
+                 "bootVersion": "4.0.0", "recoveryVersion": "1.0.0",
+                 "network": {"ip": "127.0.0.1", "subnet": "255.255.252.0", "gateway": "10.0.0.1"},
+                 "slotOrder": ["B", "A"], "slotAVersion": "E2019", "slotBVersion": "T2019",
+                 "slotCount": [3, 2],
+                 "usb": [{"alias": "USB0", "device": "/dev/sda1/", "label": "KINGSTON"},
+                         {"alias": "USB1", "device": "/dev/sda2/", "label": ""}]})")
+            << "BFirst | VX4120A | 1901035 | 0102/0117 | 4.0.0 | 1.0.0 | 127.0.0.1 | 255.255.252.0"
+               " | 10.0.0.1 | B T2019 3, A E2019 2 | USB0 /dev/sda1/ 'KINGSTON', USB1 /dev/sda2/ "
+               "''";
+    QTest::newRow("not JSON") << QByteArray("identify: {garbage") << Defaults;
+    QTest::newRow("empty") << QByteArray() << Defaults;
+    QTest::newRow("empty object") << QByteArray("{}") << Defaults;
+    QTest::newRow("array") << QByteArray(R"([{"model": "VX4120A"}])") << Defaults;
+    QTest::newRow("order upper-cased, counts in boot order")
+            << QByteArray(R"({"slotOrder": ["a", "B"], "slotCount": [5]})")
+            << "AFirst | -- | -- | -- | -- | -- | -- | -- | -- | A -- 5, B -- 0 | ";
+    QTest::newRow("order as a string") << QByteArray(R"({"slotOrder": "A"})") << Defaults;
+    QTest::newRow("order empty") << QByteArray(R"({"slotOrder": []})") << Defaults;
+    QTest::newRow("order a number") << QByteArray(R"({"slotOrder": [1]})") << Defaults;
+    QTest::newRow("order longer than a letter")
+            << QByteArray(R"({"slotOrder": ["A "]})") << Defaults;
+    QTest::newRow("counts not whole") << QByteArray(R"({"slotCount": [2.5, "3"]})") << Defaults;
+    QTest::newRow("counts whole and negative")
+            << QByteArray(R"({"slotCount": [7.0, -1]})")
+            << "BFirst | -- | -- | -- | -- | -- | -- | -- | -- | B -- 7, A -- -1 | ";
+    QTest::newRow("counts beyond an int")
+            << QByteArray(R"({"slotCount": [1e300, 2147483648]})") << Defaults;
+    QTest::newRow("counts not a list") << QByteArray(R"({"slotCount": 4})") << Defaults;
+    QTest::newRow("texts of other types, empty text kept")
+            << QByteArray(R"({"model": 42, "serial": null, "options": "", "bootVersion": [],
+                 "slotAVersion": {}, "slotBVersion": " T1 "})")
+            << "BFirst | -- | -- |  | -- | -- | -- | -- | -- | B  T1  0, A -- 0 | ";
+    QTest::newRow("network not an object")
+            << QByteArray(R"({"network": "10.0.0.1", "ip": "10.0.0.2"})") << Defaults;
+    QTest::newRow("network partly there")
+            << QByteArray(R"({"network": {"ip": "10.0.0.2", "gateway": 1}})")
+            << "BFirst | -- | -- | -- | -- | -- | 10.0.0.2 | -- | -- | B -- 0, A -- 0 | ";
+    QTest::newRow("usb device partly there, and not an object")
+            << QByteArray(R"({"usb": [{"alias": "USB0"}, 1, {"label": ""}]})")
+            << Defaults + "USB0 -- '--', -- -- '--', -- -- ''";
+    QTest::newRow("usb not a list") << QByteArray(R"({"usb": {"alias": "USB0"}})") << Defaults;
+    QTest::newRow("keys are case-sensitive")
+            << QByteArray(R"({"Model": "VX4120A", "SlotOrder": ["A"]})") << Defaults;
+    QTest::newRow("non-ASCII text as it stands")
+            << QByteArray(R"({"model": "Ωmega\u0000x", "serial": "\ud83d\ude00"})")
+            << QString("BFirst | Ωmega") + QChar(0)
+                    + "x | 😀 | -- | -- | -- | -- | -- | -- | B -- 0, A -- 0 | ";
+}
+
+void TestOstrelIdentity::document()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QString, expected);
+
+    QCOMPARE(describe(OstrelIdentity(QJsonDocument::fromJson(json))), expected);
+}
+
+void TestOstrelIdentity::copiesAreIndependent()
+{
+    const OstrelIdentity original(QJsonDocument::fromJson(R"({"model": "VX4120A"})"));
+    OstrelIdentity copy = original;
+    copy.model = "changed";
+    copy.slotList[0].count = 9;
+    QCOMPARE(original.model, "VX4120A");
+    QCOMPARE(original.slotList[0].count, 0);
 }
 
 QTEST_GUILESS_MAIN(TestOstrelIdentity)
