@@ -1,7 +1,7 @@
 #include "app/ostrelrecovery.h"
 
 #include "processors/fakecommandprocessor.h"
-#include "processors/offlinecommandprocessor.h"
+#include "processors/httpcommandprocessor.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -31,7 +31,7 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
     desktopMode = true;
 
     if (!hostName.isEmpty()) {
-        processor = new OfflineCommandProcessor(hostName, this);
+        processor = new HttpCommandProcessor(hostName, this);
         setWindowTitle(windowTitle() + QStringLiteral(" (%1)").arg(hostName));
     } else {
         processor = new FakeCommandProcessor(this);

@@ -12,7 +12,8 @@
 #include <type_traits>
 
 namespace {
-const QString Instrument = "192.168.1.20";
+// Nothing listens there: every request fails at once with a refused connection.
+const QString Instrument = "127.0.9.1";
 
 // The first child of that type whose text (a group's title) starts with textStart.
 template<typename Widget>
@@ -70,11 +71,11 @@ void TestOstrelRecovery::window_data()
     QTest::addColumn<QString>("backEnd");
     QTest::newRow("no host: simulated instrument") << QString() << "Recovery Mode"
                                                    << "FakeCommandProcessor";
-    QTest::newRow("host in the title") << Instrument << "Recovery Mode (192.168.1.20)"
-                                       << "OfflineCommandProcessor";
+    QTest::newRow("host in the title") << Instrument << "Recovery Mode (127.0.9.1)"
+                                       << "HttpCommandProcessor";
     QTest::newRow("host text taken as given") << " <b>odd</b> "
                                               << "Recovery Mode ( <b>odd</b> )"
-                                              << "OfflineCommandProcessor";
+                                              << "HttpCommandProcessor";
 }
 
 void TestOstrelRecovery::window()
@@ -255,7 +256,8 @@ void TestOstrelRecovery::buttonsReachTheBackEnd()
     QVERIFY(instrument);
     QTest::mouseClick(find<QPushButton>(instrument.get(), "REBOOT"), Qt::LeftButton);
     // Once for the identify of the constructor, once for the reboot.
-    QCOMPARE(instrument->findChild<QTextEdit *>()->toPlainText().count("192.168.1.20"), 2);
+    QTRY_COMPARE(instrument->findChild<QTextEdit *>()->toPlainText(),
+                 "Connection error to 127.0.9.1.\nConnection error to 127.0.9.1.\n");
 }
 
 QTEST_MAIN(TestOstrelRecovery)
