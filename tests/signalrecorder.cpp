@@ -28,3 +28,18 @@ QString SignalRecorder::summary(const OstrelIdentity &identity)
         words << device.alias;
     return words.join(' ');
 }
+
+bool SignalRecorder::perform(AbstractCommandProcessor *processor, const QString &operation)
+{
+    if (operation.startsWith("setBootOrder ")) {
+        processor->setBootOrder(operation.endsWith('A') ? OstrelIdentity::AFirst
+                                                        : OstrelIdentity::BFirst);
+        return true;
+    }
+    if (operation.startsWith("reset:")) {
+        const QString items = operation.mid(6).trimmed();
+        processor->reset(items.isEmpty() ? QStringList() : items.split(", "));
+        return true;
+    }
+    return QMetaObject::invokeMethod(processor, qPrintable(operation));
+}

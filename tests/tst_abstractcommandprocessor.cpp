@@ -62,9 +62,8 @@ void TestAbstractCommandProcessor::implementations()
 {
     FakeCommandProcessor simulated(nullptr);
     HttpCommandProcessor http("127.0.9.1", nullptr);
-    for (AbstractCommandProcessor *processor :
-         {static_cast<AbstractCommandProcessor *>(&simulated),
-          static_cast<AbstractCommandProcessor *>(&http)}) {
+    for (AbstractCommandProcessor *processor : {static_cast<AbstractCommandProcessor *>(&simulated),
+                                                static_cast<AbstractCommandProcessor *>(&http)}) {
         QVERIFY(processor->inherits("AbstractCommandProcessor"));
         bool busy = true;
         QVERIFY(QMetaObject::invokeMethod(processor, "isBusy", Q_RETURN_ARG(bool, busy)));

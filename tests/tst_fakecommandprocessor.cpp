@@ -46,7 +46,11 @@ void TestFakeCommandProcessor::operations_data()
             << QStringList {"setBootOrder A", "setBootOrder B"}
             << QStringList {"identity: A-first A:2 B:3 usb: USB0 USB1", start};
     QTest::newRow("reset changes nothing, reports nothing")
-            << QStringList {"reset none", "reset all", "identify"} << QStringList {start};
+            << QStringList {"reset:",
+                            "reset: factory, user, system, internal, network, slot a count, "
+                            "slot b count",
+                            "identify"}
+            << QStringList {start};
     QTest::newRow("cancel reports idle with nothing running")
             << QStringList {"cancel"} << QStringList {"busy: false"};
     QTest::newRow("eject removes every stick, for good")
@@ -62,16 +66,7 @@ void TestFakeCommandProcessor::operations()
     FakeCommandProcessor processor(nullptr);
     SignalRecorder recorder(&processor);
     for (const QString &operation : operations) {
-        if (operation.startsWith("setBootOrder"))
-            processor.setBootOrder(operation.endsWith('A') ? OstrelIdentity::AFirst
-                                                           : OstrelIdentity::BFirst);
-        else if (operation == "reset all")
-            processor.reset({"factory", "user", "system", "internal", "network", "slot a count",
-                             "slot b count"});
-        else if (operation == "reset none")
-            processor.reset({});
-        else
-            QVERIFY(QMetaObject::invokeMethod(&processor, qPrintable(operation)));
+        QVERIFY(SignalRecorder::perform(&processor, operation));
         QVERIFY(!processor.isBusy());
     }
     // Everything arrives inside the calls: nothing is left for the event loop.

@@ -23,9 +23,8 @@ HttpReplyServer::HttpReplyServer(Responder responder)
             return;
         }
         // The headers promise a body that never comes: the provider gives up before writing.
-        response.set_content_provider(
-                reply.body.size() + 1, "text/plain; charset=utf-8",
-                [](size_t, size_t, httplib::DataSink &) { return false; });
+        response.set_content_provider(reply.body.size() + 1, "text/plain; charset=utf-8",
+                                      [](size_t, size_t, httplib::DataSink &) { return false; });
     });
 }
 

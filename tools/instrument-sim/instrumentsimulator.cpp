@@ -56,8 +56,7 @@ InstrumentSimulator::InstrumentSimulator(QJsonObject identity, int progressSteps
     : document(std::move(identity))
     , progressSteps(std::max(progressSteps, 1))
     , faults(std::move(faults))
-{
-}
+{ }
 
 QJsonObject InstrumentSimulator::defaultIdentity()
 {
@@ -163,10 +162,10 @@ QByteArray InstrumentSimulator::start(const QString &newOperation)
     output.push_back("sending incremental file list\n");
     for (int step = 0; step <= progressSteps; ++step)
         output.push_back(progressLine(step, progressSteps));
-    output.push_back(operation == QLatin1String("install")
-                             ? summary(QStringLiteral("Slot %1 now holds %2")
-                                               .arg(firstSlot(), NewVersion))
-                             : summary(QStringLiteral("Export complete: %1 files").arg(FileCount)));
+    output.push_back(
+            operation == QLatin1String("install")
+                    ? summary(QStringLiteral("Slot %1 now holds %2").arg(firstSlot(), NewVersion))
+                    : summary(QStringLiteral("Export complete: %1 files").arg(FileCount)));
     return QStringLiteral("Started %1.\n").arg(operation).toUtf8();
 }
 
@@ -222,9 +221,9 @@ QByteArray InstrumentSimulator::eject()
 
 HttpReply InstrumentSimulator::reset(const QStringList &words)
 {
-    static const QStringList items = {QStringLiteral("factory"), QStringLiteral("user"),
-                                      QStringLiteral("system"), QStringLiteral("internal"),
-                                      QStringLiteral("network")};
+    static const QStringList items
+            = {QStringLiteral("factory"), QStringLiteral("user"), QStringLiteral("system"),
+               QStringLiteral("internal"), QStringLiteral("network")};
     if (words.size() == 1 && items.contains(words.at(0)))
         return {200, QStringLiteral("Reset %1: done.\n").arg(words.at(0)).toStdString()};
     if (words.size() == 3 && words.at(0) == QLatin1String("boot") && isSlotName(words.at(2))) {
@@ -240,8 +239,8 @@ HttpReply InstrumentSimulator::reset(const QStringList &words)
 QByteArray InstrumentSimulator::setBootOrder(const QString &slot)
 {
     if (firstSlot() != slot) {
-        const QString other = slot == QLatin1String("A") ? QStringLiteral("B")
-                                                          : QStringLiteral("A");
+        const QString other
+                = slot == QLatin1String("A") ? QStringLiteral("B") : QStringLiteral("A");
         QJsonArray counts = document.value(QLatin1String("slotCount")).toArray();
         while (counts.size() < 2)
             counts.append(0);

@@ -1,0 +1,113 @@
+#include "processors/fakecommandprocessor.h"
+#include "processors/httpcommandprocessor.h"
+#include "signalrecorder.h"
+#include "tools/instrument-sim/httpreplyserver.h"
+#include "tools/instrument-sim/instrumentsimulator.h"
+
+#include <QTest>
+
+#include <memory>
+
+// The same operations through every back end, side by side: what the console and the panels
+// receive. Requests that one operation sends at once may be answered in any order, so the events
+// of each operation are compared sorted, and an identity is compared only where it was asked
+// for (the one that follows a boot order change may come from before or after the change).
+// The streaming operations are held to their output in each back end's own test.
+class TestBackEnds : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void scenario_data();
+    void scenario();
+};
+
+namespace {
+
+const QString Start = "identity: B-first B:3 A:2 usb: USB0 USB1";
+const QString Refreshed = "response: Identity refreshed.\\n";
+
+// Each operation's events, sorted, then joined as "operation: event | event".
+QStringList run(AbstractCommandProcessor *processor, const QStringList &operations)
+{
+    SignalRecorder recorder(processor);
+    QStringList runs;
+    for (const QString &operation : operations) {
+        recorder.events.clear();
+        if (!SignalRecorder::perform(processor, operation))
+            return {"unknown operation " + operation};
+        if (!QTest::qWaitFor([&] { return !processor->isBusy(); }, 20000))
+            return {"still busy after " + operation};
+        QStringList events = recorder.events.filter(QRegExp("^(response|identity)"));
+        if (operation != "identify")
+            events = events.filter(QRegExp("^response"));
+        events.sort();
+        runs << operation + ": " + events.join(" | ");
+    }
+    return runs;
+}
+
+} // namespace
+
+void TestBackEnds::scenario_data()
+{
+    QTest::addColumn<QStringList>("operations");
+    QTest::addColumn<QStringList>("simulated");
+    QTest::addColumn<QStringList>("http");
+
+    QTest::newRow("identify") << QStringList {"identify"} << QStringList {"identify: " + Start}
+                              << QStringList {"identify: " + Start + " | " + Refreshed};
+    QTest::newRow("boot order")
+            << QStringList {"setBootOrder A", "identify", "setBootOrder B", "identify"}
+            << QStringList {"setBootOrder A: ",
+                            "identify: identity: A-first A:2 B:3 usb: USB0 USB1",
+                            "setBootOrder B: ", "identify: " + Start}
+            << QStringList {"setBootOrder A: response: Boot order: slot A first.\\n | " + Refreshed,
+                            "identify: identity: A-first A:2 B:3 usb: USB0 USB1 | " + Refreshed,
+                            "setBootOrder B: response: Boot order: slot B first.\\n | " + Refreshed,
+                            "identify: " + Start + " | " + Refreshed};
+    QTest::newRow("eject") << QStringList {"ejectUSB", "identify"}
+                           << QStringList {"ejectUSB: ", "identify: identity: B-first B:3 A:2 usb:"}
+                           << QStringList {"ejectUSB: response: Ejected USB0 (KINGSTON).\\n | "
+                                                   + Refreshed,
+                                           "identify: identity: B-first B:3 A:2 usb: | "
+                                                   + Refreshed};
+    QTest::newRow("reset: the simulation ignores it")
+            << QStringList {"reset: factory, slot b count", "reset:", "identify"}
+            << QStringList {"reset: factory, slot b count: ", "reset:: ", "identify: " + Start}
+            << QStringList {"reset: factory, slot b count: response: Boot count of slot B "
+                            "reset.\\n | response: Reset factory: done.\\n",
+                            "reset:: ",
+                            "identify: identity: B-first B:0 A:2 usb: USB0 USB1 | " + Refreshed};
+    QTest::newRow("reboot counts a boot on the instrument")
+            << QStringList {"reboot", "identify"}
+            << QStringList {"reboot: response: RebootCalled", "identify: " + Start}
+            << QStringList {"reboot: response: Rebooting.\\n",
+                            "identify: identity: B-first B:4 A:2 usb: USB0 USB1 | " + Refreshed};
+    QTest::newRow("cancel with nothing running")
+            << QStringList {"cancel"} << QStringList {"cancel: "}
+            << QStringList {"cancel: response: No active process.\\n"};
+}
+
+void TestBackEnds::scenario()
+{
+    QFETCH(QStringList, operations);
+    QFETCH(QStringList, simulated);
+    QFETCH(QStringList, http);
+
+    FakeCommandProcessor fake(nullptr);
+    QCOMPARE(run(&fake, operations), simulated);
+
+    // A fresh instrument and address for every row.
+    static int rows = 0;
+    const QString address = QString("127.0.13.%1").arg(++rows);
+    InstrumentSimulator simulator;
+    HttpReplyServer server(
+            [&simulator](const std::string &path) { return simulator.respond(path); });
+    QVERIFY(server.start(address.toStdString()));
+    HttpCommandProcessor processor(address, nullptr);
+    QCOMPARE(run(&processor, operations), http);
+}
+
+QTEST_GUILESS_MAIN(TestBackEnds)
+#include "tst_backends.moc"
