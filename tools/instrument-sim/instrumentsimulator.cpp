@@ -142,7 +142,8 @@ QByteArray InstrumentSimulator::start(const QString &newOperation)
 
     const QString usb = firstUsbDevice();
     if (usb.isEmpty()) {
-        output.push_back("No USB stick found.\nFinished.\n");
+        nextStep = progressSteps + 1;
+        ending = "No USB stick found.\nFinished.\n";
         return QStringLiteral("Started %1.\n").arg(operation).toUtf8();
     }
     if (operation == QLatin1String("install")) {
@@ -160,12 +161,10 @@ QByteArray InstrumentSimulator::start(const QString &newOperation)
                                  .toUtf8());
     }
     output.push_back("sending incremental file list\n");
-    for (int step = 0; step <= progressSteps; ++step)
-        output.push_back(progressLine(step, progressSteps));
-    output.push_back(
-            operation == QLatin1String("install")
-                    ? summary(QStringLiteral("Slot %1 now holds %2").arg(firstSlot(), NewVersion))
-                    : summary(QStringLiteral("Export complete: %1 files").arg(FileCount)));
+    nextStep = 0;
+    ending = operation == QLatin1String("install")
+            ? summary(QStringLiteral("Slot %1 now holds %2").arg(firstSlot(), NewVersion))
+            : summary(QStringLiteral("Export complete: %1 files").arg(FileCount));
     return QStringLiteral("Started %1.\n").arg(operation).toUtf8();
 }
 
@@ -174,16 +173,19 @@ HttpReply InstrumentSimulator::nextStatus()
     if (operation.isEmpty())
         return {200, "No active process.\n"};
     if (++statusReplies == faults.dropStatusAt)
-        return {200, output.front().toStdString(), true};
+        return {200, "lost in transit", true};
 
-    const QByteArray piece = output.front();
-    output.pop_front();
-    if (output.empty()) {
-        if (!installedVersion.isEmpty())
-            document.insert(QStringLiteral("slot%1Version").arg(firstSlot()), installedVersion);
-        operation.clear();
+    if (!output.empty()) {
+        const QByteArray piece = output.front();
+        output.pop_front();
+        return {200, piece.toStdString()};
     }
-    return {200, piece.toStdString()};
+    if (nextStep <= progressSteps)
+        return {200, progressLine(nextStep++, progressSteps).toStdString()};
+    if (!installedVersion.isEmpty())
+        document.insert(QStringLiteral("slot%1Version").arg(firstSlot()), installedVersion);
+    operation.clear();
+    return {200, ending.toStdString()};
 }
 
 // The running output ends early: whatever was not handed out yet is gone.
@@ -192,7 +194,8 @@ QByteArray InstrumentSimulator::cancel()
     if (operation.isEmpty())
         return "No active process.\n";
     output.clear();
-    output.push_back(QStringLiteral("\n%1 cancelled.\nFinished.\n").arg(operation).toUtf8());
+    nextStep = progressSteps + 1;
+    ending = QStringLiteral("\n%1 cancelled.\nFinished.\n").arg(operation).toUtf8();
     installedVersion.clear();
     return "Cancelling.\n";
 }
@@ -201,7 +204,6 @@ QByteArray InstrumentSimulator::cancel()
 QByteArray InstrumentSimulator::reboot()
 {
     operation.clear();
-    output.clear();
     QJsonArray counts = document.value(QLatin1String("slotCount")).toArray();
     while (counts.size() < 2)
         counts.append(0);

@@ -56,7 +56,11 @@ private:
     const InstrumentFaults faults;
     QStringList received;
     QString operation; // "install" or "backup" while one runs
-    std::deque<QByteArray> output; // pieces still to hand out, the last ending in "Finished.\n"
+    // What "status" hands out next: the opening lines, then the progress lines one by one (made
+    // when asked for, so a long stream costs no memory), then the closing piece.
+    std::deque<QByteArray> output;
+    int nextStep = 0;
+    QByteArray ending; // ends in "Finished.\n"
     int statusReplies = 0;
     QString installedVersion; // goes into the first slot when an install runs to its end
 };
