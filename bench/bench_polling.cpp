@@ -1,0 +1,154 @@
+// Prints how fast the HTTP back end polls "status" against the instrument simulator, beside the
+// toolkit's floor (a bare QNetworkAccessManager loop against the same server) and wrk, and how
+// late a 16 ms timer fires in the window while polling runs.
+
+#include "app/ostrelrecovery.h"
+#include "processors/httpcommandprocessor.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+const QString Address = QStringLiteral("127.0.20.1");
+constexpr int Seconds = 3;
+
+void runEventLoopFor(int milliseconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// The floor: GET, read, release, next GET, nothing else.
+double bareLoopRate()
+{
+    QNetworkAccessManager manager;
+    const QUrl url(QStringLiteral("http://%1:8080/status").arg(Address));
+    int replies = 0;
+    QObject::connect(&manager, &QNetworkAccessManager::finished, &manager,
+                     [&](QNetworkReply *reply) {
+                         reply->readAll();
+                         reply->deleteLater();
+                         ++replies;
+                         manager.get(QNetworkRequest(url));
+                     });
+    manager.get(QNetworkRequest(url));
+    runEventLoopFor(500);
+    replies = 0;
+    runEventLoopFor(Seconds * 1000);
+    return double(replies) / Seconds;
+}
+
+// The back end's own loop, through an install whose output never ends within the run.
+double backEndRate(AbstractCommandProcessor *processor)
+{
+    int replies = 0;
+    QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
+                     [&replies](const QString &) { ++replies; });
+    processor->installSoftware();
+    runEventLoopFor(500);
+    replies = 0;
+    runEventLoopFor(Seconds * 1000);
+    return double(replies) / Seconds;
+}
+
+// Lateness of a 16 ms timer in the window while the window polls and writes each piece into its
+// console, as the 99th percentile in milliseconds.
+std::pair<double, double> windowRateAndLateness()
+{
+    OstrelRecovery window(Address);
+    window.show();
+    auto *processor = window.findChild<AbstractCommandProcessor *>();
+    std::vector<double> lateness;
+    QElapsedTimer clock;
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        lateness.push_back(double(clock.nsecsElapsed()) / 1e6 - 16.0);
+        clock.restart();
+    });
+    int replies = 0;
+    QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
+                     [&replies](const QString &) { ++replies; });
+    processor->installSoftware();
+    runEventLoopFor(500);
+    replies = 0;
+    clock.start();
+    timer.start(16);
+    runEventLoopFor(Seconds * 1000);
+    timer.stop();
+    std::sort(lateness.begin(), lateness.end());
+    const double p99 = lateness.empty() ? -1 : lateness[lateness.size() * 99 / 100];
+    return {double(replies) / Seconds, p99};
+}
+
+double wrkRate()
+{
+    QProcess wrk;
+    wrk.start(QStringLiteral("wrk"),
+              {QStringLiteral("-t1"), QStringLiteral("-c1"), QStringLiteral("-d%1s").arg(Seconds),
+               QStringLiteral("http://%1:8080/status").arg(Address)});
+    if (!wrk.waitForFinished((Seconds + 10) * 1000))
+        return -1;
+    const QRegularExpressionMatch match
+            = QRegularExpression(QStringLiteral("Requests/sec:\\s+([0-9.]+)"))
+                      .match(QString::fromUtf8(wrk.readAllStandardOutput()));
+    return match.hasMatch() ? match.captured(1).toDouble() : -1;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s PATH-OF-ostrel-instrument-sim\n", argv[0]);
+        return 2;
+    }
+    QProcess simulator;
+    simulator.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    simulator.start(QString::fromLocal8Bit(argv[1]),
+                    {QStringLiteral("--address"), Address, QStringLiteral("--steps"),
+                     QStringLiteral("100000000"), QStringLiteral("--quiet")});
+    if (!simulator.waitForReadyRead(5000)) {
+        std::fprintf(stderr, "the instrument simulator did not start\n");
+        return 1;
+    }
+
+    const double bare = bareLoopRate();
+    double backEnd = 0;
+    {
+        HttpCommandProcessor processor(Address, nullptr);
+        backEnd = backEndRate(&processor);
+    }
+    const auto [windowRate, lateness] = windowRateAndLateness();
+    const double wrk = wrkRate();
+    simulator.kill();
+    simulator.waitForFinished();
+
+    std::printf("Status polling against the instrument simulator (%d s each)\n", Seconds);
+    std::printf("  bare QNetworkAccessManager loop   %8.0f polls/s\n", bare);
+    std::printf("  HTTP back end                     %8.0f polls/s   %.2f x bare (target >= 0.8)\n",
+                backEnd, backEnd / bare);
+    std::printf("  window with console               %8.0f polls/s   %.2f x bare\n", windowRate,
+                windowRate / bare);
+    if (wrk > 0)
+        std::printf("  wrk -t1 -c1                       %8.0f req/s     bare is %.2f x wrk\n", wrk,
+                    bare / wrk);
+    else
+        std::printf("  wrk -t1 -c1                       not available\n");
+    std::printf("  16 ms timer lateness in the window while polling, 99th percentile: %.1f ms "
+                "(target < 16)\n",
+                lateness);
+    return 0;
+}
