@@ -88,7 +88,7 @@ void HttpCommandProcessor::ejectUSB()
 void HttpCommandProcessor::handleReply(QNetworkReply *reply)
 {
     const QString url = reply->url().toString();
-    if (reply->error() != QNetworkReply::NoError) {
+    if (reply->error() != QNetworkReply::NoError || reply->bytesAvailable() > MaximumBodySize) {
         emit responseReceived(QStringLiteral("Connection error to %1.\n").arg(hostName));
     } else if (reply->isReadable()) {
         const QByteArray body = reply->readAll();
@@ -116,8 +116,8 @@ QNetworkReply *HttpCommandProcessor::sendRequest(const QString &path)
     QNetworkReply *reply = networkManager.get(QNetworkRequest(url));
     connect(reply, &QObject::destroyed, this, &HttpCommandProcessor::handleReplyDestroyed);
     // Qt holds a whole body in memory; a peer that sends without end must not take it all.
-    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
-        if (received > MaximumBodySize)
+    connect(reply, &QIODevice::readyRead, reply, [reply] {
+        if (reply->bytesAvailable() > MaximumBodySize)
             reply->abort();
     });
     return reply;
