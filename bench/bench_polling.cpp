@@ -49,47 +49,40 @@ double bareLoopRate()
     return double(replies) / Seconds;
 }
 
-// The back end's own loop, through an install whose output never ends within the run.
-double backEndRate(AbstractCommandProcessor *processor)
+// The back end's own loop, through an install whose output never ends within the run. While it
+// runs, a 16 ms timer records how late it fires.
+double backEndRate(AbstractCommandProcessor *processor, std::vector<double> *lateness = nullptr)
 {
     int replies = 0;
     QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
                      [&replies](const QString &) { ++replies; });
     processor->installSoftware();
     runEventLoopFor(500);
-    replies = 0;
-    runEventLoopFor(Seconds * 1000);
-    return double(replies) / Seconds;
-}
-
-// Lateness of a 16 ms timer in the window while the window polls and writes each piece into its
-// console, as the 99th percentile in milliseconds.
-std::pair<double, double> windowRateAndLateness()
-{
-    OstrelRecovery window(Address);
-    window.show();
-    auto *processor = window.findChild<AbstractCommandProcessor *>();
-    std::vector<double> lateness;
     QElapsedTimer clock;
     QTimer timer;
     timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
-        lateness.push_back(double(clock.nsecsElapsed()) / 1e6 - 16.0);
+        if (lateness)
+            lateness->push_back(double(clock.nsecsElapsed()) / 1e6 - 16.0);
         clock.restart();
     });
-    int replies = 0;
-    QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
-                     [&replies](const QString &) { ++replies; });
-    processor->installSoftware();
-    runEventLoopFor(500);
     replies = 0;
     clock.start();
     timer.start(16);
     runEventLoopFor(Seconds * 1000);
-    timer.stop();
+    return double(replies) / Seconds;
+}
+
+// The same in the window, which writes every piece into its console; with the timer's lateness
+// as the 99th percentile in milliseconds.
+std::pair<double, double> windowRateAndLateness()
+{
+    OstrelRecovery window(Address);
+    window.show();
+    std::vector<double> lateness;
+    const double rate = backEndRate(window.findChild<AbstractCommandProcessor *>(), &lateness);
     std::sort(lateness.begin(), lateness.end());
-    const double p99 = lateness.empty() ? -1 : lateness[lateness.size() * 99 / 100];
-    return {double(replies) / Seconds, p99};
+    return {rate, lateness.empty() ? -1 : lateness[lateness.size() * 99 / 100]};
 }
 
 double wrkRate()
