@@ -1,10 +1,14 @@
 #include "app/ostrelrecovery.h"
 
+#include "dialogs/bootmenu.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
@@ -39,6 +43,11 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
     if (!desktopMode)
         setWindowState(Qt::WindowFullScreen);
 
+    bootMenu = new BootMenu(this);
+    connect(bootMenu, &BootMenu::bootOrderSwapped, this, &OstrelRecovery::handleBootOrderChanged);
+    connect(bootMenu, &BootMenu::screenshotRequested, this,
+            &OstrelRecovery::handleScreenshotRequested);
+
     createConsoleGroup();
     createCommandsGroup();
     createUsbGroup();
@@ -57,6 +66,23 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
 
 OstrelRecovery::~OstrelRecovery() = default;
 
+QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool desktopMode)
+{
+    if (desktopMode)
+        return QDir::currentPath();
+    if (identity.usbDevices.isEmpty())
+        return UserDataRoot;
+    return QDir::toNativeSeparators(
+            QStringLiteral("%1/%2").arg(UsbMountRoot, identity.usbDevices.first().alias));
+}
+
+// F12 takes a picture of the window; every other key is swallowed.
+void OstrelRecovery::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_F12)
+        handleScreenshotRequested(grab());
+}
+
 void OstrelRecovery::handleExportClicked()
 {
     processor->backUp();
@@ -70,9 +96,34 @@ void OstrelRecovery::handleInstallSoftwareClicked()
     processor->installSoftware();
 }
 
+void OstrelRecovery::handleBootOrderClicked()
+{
+    bootMenu->refreshBootOrder(identity);
+    bootMenu->show();
+}
+
 void OstrelRecovery::handleRebootClicked()
 {
     processor->reboot();
+}
+
+// The window keeps its own copy as it is: the new order comes back with the next identity.
+void OstrelRecovery::handleBootOrderChanged()
+{
+    const bool aFirst = identity.slotOrder == OstrelIdentity::AFirst;
+    insertConsoleText(tr("Boot order set %1\n").arg(aFirst ? tr("B to A") : tr("A to B")));
+    processor->setBootOrder(aFirst ? OstrelIdentity::BFirst : OstrelIdentity::AFirst);
+}
+
+// Named after the current second: a second picture within it replaces the first. A picture that
+// cannot be written is lost without a word.
+void OstrelRecovery::handleScreenshotRequested(QPixmap pixMap)
+{
+    const QString fileName
+            = QStringLiteral("screenshot_%1.png")
+                      .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd_HHmmss")));
+    pixMap.save(QDir::toNativeSeparators(
+            QStringLiteral("%1/%2").arg(screenshotFolder(identity, desktopMode), fileName)));
 }
 
 // Appends one chunk as a terminal would: each carriage return erases the last display line (of a
@@ -100,6 +151,7 @@ void OstrelRecovery::handleResponseReceived(const QString &response)
 void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &newIdentity)
 {
     identity = newIdentity;
+    bootMenu->refreshBootOrder(identity);
     updateUsbStatus();
     if (installButton && !identity.slotList.isEmpty())
         installButton->setText(tr("INSTALL SW TO SLOT %1").arg(identity.slotList.first().name));
@@ -184,6 +236,7 @@ void OstrelRecovery::createCommandsGroup()
     connect(installButton, &QPushButton::clicked, this,
             &OstrelRecovery::handleInstallSoftwareClicked);
     connect(exportButton, &QPushButton::clicked, this, &OstrelRecovery::handleExportClicked);
+    connect(bootOrderButton, &QPushButton::clicked, this, &OstrelRecovery::handleBootOrderClicked);
     connect(rebootButton, &QPushButton::clicked, this, &OstrelRecovery::handleRebootClicked);
     connect(cancelButton, &QPushButton::clicked, processor, &AbstractCommandProcessor::cancel);
     if (rebootLocked())

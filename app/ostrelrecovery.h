@@ -5,10 +5,16 @@
 #include <QWidget>
 
 class AbstractCommandProcessor;
+class BootMenu;
 class QGroupBox;
 class QLabel;
 class QPushButton;
 class QTextEdit;
+
+// Where screenshots go when the window is not on a desktop: the first USB stick, mounted under
+// its alias, or else the user data root.
+inline const QString UsbMountRoot = QStringLiteral("/run/media/");
+inline const QString UserDataRoot = QStringLiteral("/mnt/usrroot");
 
 // The console's one window: it picks the back end, builds the panels and wires button presses to
 // back-end operations and the back end's reports to the console, labels and button states.
@@ -21,10 +27,19 @@ public:
     explicit OstrelRecovery(const QString &hostName, QWidget *parent = nullptr);
     ~OstrelRecovery() override;
 
+    // The folder a screenshot is written to, for an identity and a presentation.
+    static QString screenshotFolder(const OstrelIdentity &identity, bool desktopMode);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
 private slots:
     void handleExportClicked();
     void handleInstallSoftwareClicked();
+    void handleBootOrderClicked();
     void handleRebootClicked();
+    void handleBootOrderChanged();
+    void handleScreenshotRequested(QPixmap pixMap);
 
 private:
     void handleResponseReceived(const QString &response);
@@ -58,5 +73,6 @@ private:
     QLabel *usbStatusLabel = nullptr;
     QLabel *usbLabelLabel = nullptr;
     QPushButton *refreshButton = nullptr;
+    BootMenu *bootMenu = nullptr;
     bool desktopMode = false;
 };

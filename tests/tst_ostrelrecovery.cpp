@@ -1,11 +1,18 @@
 #include "app/ostrelrecovery.h"
+#include "dialogs/bootmenu.h"
+#include "dialogs/slotwidget.h"
 #include "processors/abstractcommandprocessor.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QGroupBox>
+#include <QImage>
 #include <QLabel>
 #include <QLayout>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
 
@@ -64,6 +71,10 @@ private slots:
     void identityReachesLabels();
     void buttonsReachTheBackEnd();
     void closedWithRequestsInFlight();
+    void screenshotFolder_data();
+    void screenshotFolder();
+    void screenshots();
+    void bootOrderRoundTrip();
 };
 
 void TestOstrelRecovery::window_data()
@@ -275,6 +286,94 @@ void TestOstrelRecovery::closedWithRequestsInFlight()
     QVERIFY(QTest::qWaitFor([&] { return silent.hasPendingConnections(); }));
     QVERIFY(!find<QPushButton>(window.get(), "INSTALL SW")->isEnabled());
     window.reset();
+}
+
+void TestOstrelRecovery::screenshotFolder_data()
+{
+    QTest::addColumn<bool>("desktopMode");
+    QTest::addColumn<QStringList>("aliases");
+    QTest::addColumn<QString>("folder");
+
+    QTest::newRow("desktop: working directory")
+            << true << QStringList {"USB0"} << QDir::currentPath();
+    QTest::newRow("instrument: first stick, under the mount root")
+            << false << QStringList {"USB0", "USB1"} << "/run/media//USB0";
+    QTest::newRow("instrument: no stick") << false << QStringList() << "/mnt/usrroot";
+}
+
+void TestOstrelRecovery::screenshotFolder()
+{
+    QFETCH(bool, desktopMode);
+    QFETCH(QStringList, aliases);
+    QFETCH(QString, folder);
+
+    OstrelIdentity identity;
+    for (const QString &alias : aliases)
+        identity.usbDevices.append({alias, "/dev/sda1/", "KINGSTON"});
+    QCOMPARE(OstrelRecovery::screenshotFolder(identity, desktopMode), folder);
+}
+
+// F12 in the window and in the boot order dialog, each a picture of that screen alone, named
+// after the second it was taken in; no other key writes anything.
+void TestOstrelRecovery::screenshots()
+{
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString previous = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(folder.path()));
+    const auto restore = qScopeGuard([&] { QDir::setCurrent(previous); });
+    const auto window = shownWindow(QString());
+    QVERIFY(window);
+    const auto pictures = [&] { return QDir(folder.path()).entryList({"*"}, QDir::Files); };
+
+    for (const Qt::Key key : {Qt::Key_F11, Qt::Key_Escape, Qt::Key_Print})
+        QTest::keyClick(window.get(), key);
+    QVERIFY(pictures().isEmpty());
+
+    const QString before = QDateTime::currentDateTime().toString("yyMMdd_HHmmss");
+    QTest::keyClick(window.get(), Qt::Key_F12);
+    const QString after = QDateTime::currentDateTime().toString("yyMMdd_HHmmss");
+    QCOMPARE(pictures().size(), 1);
+    const QString name = pictures().first();
+    QVERIFY2(name == "screenshot_" + before + ".png" || name == "screenshot_" + after + ".png",
+             qPrintable(name));
+    QCOMPARE(QImage(name).size(), QSize(1280, 800));
+    QFile::remove(name);
+
+    QTest::mouseClick(find<QPushButton>(window.get(), "BOOT ORDER..."), Qt::LeftButton);
+    auto *menu = window->findChild<BootMenu *>();
+    QVERIFY(QTest::qWaitForWindowExposed(menu));
+    QTest::keyClick(menu, Qt::Key_Escape);
+    QVERIFY(menu->isVisible());
+    QTest::keyClick(menu, Qt::Key_F12);
+    QCOMPARE(pictures().size(), 1);
+    QCOMPARE(QImage(pictures().first()).size(), menu->size());
+}
+
+// With the simulated instrument: SWAP asks for the other order, and the panels, the dialog and
+// the install button follow the identity that comes back.
+void TestOstrelRecovery::bootOrderRoundTrip()
+{
+    const auto window = shownWindow(QString());
+    QVERIFY(window);
+    auto *console = window->findChild<QTextEdit *>();
+    QTest::mouseClick(find<QPushButton>(window.get(), "BOOT ORDER..."), Qt::LeftButton);
+    auto *menu = window->findChild<BootMenu *>();
+    QVERIFY(menu->isVisible());
+    const auto firstSlot = [&] {
+        return menu->findChildren<SlotWidget *>().first()->findChild<QLabel *>()->text();
+    };
+    QCOMPARE(firstSlot(), "Slot:\tB");
+
+    QPushButton *swap = find<QPushButton>(menu, "SWAP");
+    QTest::mouseClick(swap, Qt::LeftButton);
+    QCOMPARE(console->toPlainText(), "Boot order set A to B\n");
+    QCOMPARE(firstSlot(), "Slot:\tA");
+    QCOMPARE(find<QPushButton>(window.get(), "INSTALL SW")->text(), "INSTALL SW TO SLOT A");
+    QTest::mouseClick(swap, Qt::LeftButton);
+    QCOMPARE(console->toPlainText(), "Boot order set A to B\nBoot order set B to A\n");
+    QCOMPARE(firstSlot(), "Slot:\tB");
+    QVERIFY(menu->isVisible());
 }
 
 QTEST_MAIN(TestOstrelRecovery)
