@@ -1,6 +1,7 @@
 #include "app/ostrelrecovery.h"
 
 #include "dialogs/bootmenu.h"
+#include "dialogs/statuswidget.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
@@ -58,6 +59,7 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
             &OstrelRecovery::handleBusyChanged);
 
     auto *grid = new QGridLayout;
+    grid->addWidget(statusWidget, 0, 0);
     grid->addWidget(commandsGroup, 0, 1);
     grid->addWidget(consoleGroup, 1, 0);
     grid->addWidget(usbGroup, 1, 1);
@@ -152,6 +154,7 @@ void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &newIdentity)
 {
     identity = newIdentity;
     bootMenu->refreshBootOrder(identity);
+    statusWidget->updateIdentity(identity);
     updateUsbStatus();
     if (installButton && !identity.slotList.isEmpty())
         installButton->setText(tr("INSTALL SW TO SLOT %1").arg(identity.slotList.first().name));
@@ -264,8 +267,10 @@ void OstrelRecovery::createUsbGroup()
     connect(ejectButton, &QPushButton::clicked, processor, &AbstractCommandProcessor::ejectUSB);
 }
 
+// The panel exists before the request, so an identity reported at once finds it built.
 void OstrelRecovery::createStatusGroup()
 {
+    statusWidget = new StatusWidget(tr("Status"), this);
     processor->identify();
 }
 

@@ -7,6 +7,7 @@
 class AbstractCommandProcessor;
 class BootMenu;
 class QGroupBox;
+class StatusWidget;
 class QLabel;
 class QPushButton;
 class QTextEdit;
@@ -69,6 +70,7 @@ private:
     QPushButton *rebootButton = nullptr;
     QPushButton *cancelButton = nullptr;
     QTextEdit *console = nullptr;
+    StatusWidget *statusWidget = nullptr;
     QPushButton *ejectButton = nullptr;
     QLabel *usbStatusLabel = nullptr;
     QLabel *usbLabelLabel = nullptr;

@@ -32,16 +32,10 @@ BootMenu::BootMenu(QWidget *parent)
     setLayout(layout);
 }
 
-// Before any identity has arrived the list is empty: a panel without an entry shows placeholders.
 void BootMenu::refreshBootOrder(const OstrelIdentity &model)
 {
-    const QList<SlotWidget *> panels = {bootFirstSlot, bootSecondSlot};
-    for (int index = 0; index < panels.size(); ++index) {
-        if (index < model.slotList.size())
-            panels[index]->updateSlot(model.slotList.at(index));
-        else
-            panels[index]->clearSlot();
-    }
+    bootFirstSlot->showEntry(model.slotList, 0);
+    bootSecondSlot->showEntry(model.slotList, 1);
 }
 
 // F12 takes a picture; no other key does anything, so Escape never closes the dialog.

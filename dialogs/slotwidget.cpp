@@ -10,7 +10,7 @@ SlotWidget::SlotWidget(const QString &title, QWidget *parent)
     slotLabel = new QLabel(this);
     versionLabel = new QLabel(this);
     countLabel = new QLabel(this);
-    clearSlot();
+    showEntry({}, 0);
     layout->addWidget(slotLabel);
     layout->addWidget(versionLabel);
     layout->addWidget(countLabel);
@@ -24,8 +24,12 @@ void SlotWidget::updateSlot(const OstrelIdentity::SlotInfo &slot)
     countLabel->setText(tr("Count:\t%1").arg(slot.count));
 }
 
-void SlotWidget::clearSlot()
+void SlotWidget::showEntry(const QList<OstrelIdentity::SlotInfo> &slotList, int index)
 {
+    if (index < slotList.size()) {
+        updateSlot(slotList.at(index));
+        return;
+    }
     slotLabel->setText(tr("Slot:\t%1").arg(NoValueText));
     versionLabel->setText(tr("Version:\t%1").arg(NoValueText));
     countLabel->setText(tr("Count:\t%1").arg(NoValueText));

@@ -16,8 +16,9 @@ public:
     SlotWidget(const QString &title, QWidget *parent);
 
     void updateSlot(const OstrelIdentity::SlotInfo &slot);
-    // Back to the placeholder lines, for an identity that does not name this slot.
-    void clearSlot();
+    // Entry index of a slot list, or the placeholder lines when the list has no such entry
+    // (an identity that no instrument reported has none).
+    void showEntry(const QList<OstrelIdentity::SlotInfo> &slotList, int index);
 
 private:
     QLabel *slotLabel = nullptr;

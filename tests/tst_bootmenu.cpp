@@ -77,7 +77,7 @@ void TestBootMenu::slotPanel()
     panel.updateSlot({"B", "T2019.01.1.1518_20190131_140805", count});
     QCOMPARE(lines(&panel), expected);
     QCOMPARE(panel.title(), "Boot First");
-    panel.clearSlot();
+    panel.showEntry({}, 0);
     QCOMPARE(lines(&panel), Placeholders);
 }
 
