@@ -1,6 +1,7 @@
 #include "app/ostrelrecovery.h"
 
 #include "dialogs/bootmenu.h"
+#include "dialogs/resetmenu.h"
 #include "dialogs/statuswidget.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
@@ -44,6 +45,11 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
     if (!desktopMode)
         setWindowState(Qt::WindowFullScreen);
 
+    resetMenu = new Resetmenu(this);
+    connect(resetMenu, &Resetmenu::resetInitiated, processor, &AbstractCommandProcessor::reset);
+    connect(resetMenu, &Resetmenu::screenshotRequested, this,
+            &OstrelRecovery::handleScreenshotRequested);
+
     bootMenu = new BootMenu(this);
     connect(bootMenu, &BootMenu::bootOrderSwapped, this, &OstrelRecovery::handleBootOrderChanged);
     connect(bootMenu, &BootMenu::screenshotRequested, this,
@@ -83,6 +89,12 @@ void OstrelRecovery::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_F12)
         handleScreenshotRequested(grab());
+}
+
+// Returns at once: the dialog makes itself modal.
+void OstrelRecovery::handleResetClicked()
+{
+    resetMenu->show();
 }
 
 void OstrelRecovery::handleExportClicked()
@@ -238,6 +250,7 @@ void OstrelRecovery::createCommandsGroup()
 
     connect(installButton, &QPushButton::clicked, this,
             &OstrelRecovery::handleInstallSoftwareClicked);
+    connect(resetButton, &QPushButton::clicked, this, &OstrelRecovery::handleResetClicked);
     connect(exportButton, &QPushButton::clicked, this, &OstrelRecovery::handleExportClicked);
     connect(bootOrderButton, &QPushButton::clicked, this, &OstrelRecovery::handleBootOrderClicked);
     connect(rebootButton, &QPushButton::clicked, this, &OstrelRecovery::handleRebootClicked);

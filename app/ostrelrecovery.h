@@ -7,6 +7,7 @@
 class AbstractCommandProcessor;
 class BootMenu;
 class QGroupBox;
+class Resetmenu;
 class StatusWidget;
 class QLabel;
 class QPushButton;
@@ -35,6 +36,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
+    void handleResetClicked();
     void handleExportClicked();
     void handleInstallSoftwareClicked();
     void handleBootOrderClicked();
@@ -75,6 +77,7 @@ private:
     QLabel *usbStatusLabel = nullptr;
     QLabel *usbLabelLabel = nullptr;
     QPushButton *refreshButton = nullptr;
+    Resetmenu *resetMenu = nullptr;
     BootMenu *bootMenu = nullptr;
     bool desktopMode = false;
 };
