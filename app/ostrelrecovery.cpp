@@ -1,6 +1,7 @@
 #include "app/ostrelrecovery.h"
 
 #include "dialogs/bootmenu.h"
+#include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
 #include "dialogs/statuswidget.h"
 #include "processors/fakecommandprocessor.h"
@@ -70,6 +71,18 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
     grid->addWidget(consoleGroup, 1, 0);
     grid->addWidget(usbGroup, 1, 1);
     setLayout(grid);
+
+    // Without an instrument host the help screen comes first, before the window is shown. Every
+    // panel exists by now, so back-end reports during it are handled as usual.
+    if (hostName.isEmpty()) {
+        helpMenu = new HelpMessageRebootMenu(this);
+        connect(helpMenu, &HelpMessageRebootMenu::screenshotRequested, this,
+                &OstrelRecovery::handleScreenshotRequested);
+        connect(helpMenu, &HelpMessageRebootMenu::reboot, this,
+                &OstrelRecovery::handleRebootClicked);
+        connect(helpMenu, &QDialog::rejected, this, &OstrelRecovery::handleHelpMessageRejected);
+        helpMenu->exec();
+    }
 }
 
 OstrelRecovery::~OstrelRecovery() = default;
@@ -181,6 +194,11 @@ void OstrelRecovery::handleBusyChanged(bool busy)
     rebootButton->setEnabled(!busy && !rebootLocked());
     if (!busy)
         cancelButton->setEnabled(false);
+}
+
+void OstrelRecovery::handleHelpMessageRejected()
+{
+    processor->identify();
 }
 
 void OstrelRecovery::updateUsbStatus()

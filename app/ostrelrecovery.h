@@ -6,6 +6,7 @@
 
 class AbstractCommandProcessor;
 class BootMenu;
+class HelpMessageRebootMenu;
 class QGroupBox;
 class Resetmenu;
 class StatusWidget;
@@ -48,6 +49,7 @@ private:
     void handleResponseReceived(const QString &response);
     void handleIdentityUpdated(const OstrelIdentity &newIdentity);
     void handleBusyChanged(bool busy);
+    void handleHelpMessageRejected();
     void updateUsbStatus();
     void createConsoleGroup();
     void createCommandsGroup();
@@ -79,5 +81,6 @@ private:
     QPushButton *refreshButton = nullptr;
     Resetmenu *resetMenu = nullptr;
     BootMenu *bootMenu = nullptr;
+    HelpMessageRebootMenu *helpMenu = nullptr;
     bool desktopMode = false;
 };

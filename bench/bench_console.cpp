@@ -3,6 +3,7 @@
 
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
+#include "tests/continuepasthelp.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -30,7 +31,7 @@ class ConsoleBench
 {
 public:
     ConsoleBench()
-        : window(QString())
+        : window(withoutHelpScreen())
     {
         window.show();
         processor = window.findChild<AbstractCommandProcessor *>();
@@ -78,6 +79,13 @@ public:
     }
 
 private:
+    // The empty host name, once the start-up help screen is set to be continued past.
+    static QString withoutHelpScreen()
+    {
+        continuePastHelpScreen();
+        return QString();
+    }
+
     OstrelRecovery window;
     AbstractCommandProcessor *processor = nullptr;
     QTextEdit *console = nullptr;

@@ -1,4 +1,5 @@
 #include "app/ostrelrecovery.h"
+#include "continuepasthelp.h"
 #include "processors/abstractcommandprocessor.h"
 
 #include <QScrollBar>
@@ -35,6 +36,7 @@ private:
 
 void TestConsole::init()
 {
+    continuePastHelpScreen();
     window = std::make_unique<OstrelRecovery>(QString());
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window.get()));

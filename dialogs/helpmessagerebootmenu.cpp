@@ -1,0 +1,59 @@
+#include "dialogs/helpmessagerebootmenu.h"
+
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPixmap>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int Width = 1280;
+constexpr int Height = 800;
+constexpr int ButtonHeight = 96;
+constexpr int MessageStretch = 200;
+} // namespace
+
+HelpMessageRebootMenu::HelpMessageRebootMenu(QWidget *parent)
+    : QDialog(parent)
+{
+    setWindowFlag(Qt::FramelessWindowHint);
+    setFixedSize(Width, Height);
+    auto *layout = new QVBoxLayout;
+    // The message names the buttons by their labels, whatever the language.
+    const QString rebootText = tr("REBOOT INSTRUMENT");
+    const QString continueText = tr("CONTINUE TO RECOVERY MODE");
+
+    logoLabel = new QLabel(this);
+    logoLabel->setPixmap(QPixmap(QStringLiteral(":/Velmora-logo.png")));
+    rebootInstrumentButton = new QPushButton(rebootText, this);
+    rebootInstrumentButton->setFixedHeight(ButtonHeight);
+    connect(rebootInstrumentButton, &QPushButton::clicked, this, &HelpMessageRebootMenu::reboot);
+    continueButton = new QPushButton(continueText, this);
+    continueButton->setFixedHeight(ButtonHeight);
+    connect(continueButton, &QPushButton::clicked, this, &QDialog::reject);
+    titleLabel = new QLabel(tr("RECOVERY MODE"), this);
+    titleLabel->setAlignment(Qt::AlignCenter);
+    titleLabel->setObjectName(QStringLiteral("TitleLabel"));
+    messageLabel = new QLabel(
+            tr("You may have entered this screen if a previous boot was interrupted.\n\n Click %1 "
+               "to restart. Click %2 to proceed to Recovery Mode.\n\n If this screen persists "
+               "after rebooting, please consult the User Guide for details.")
+                    .arg(rebootText, continueText),
+            this);
+    messageLabel->setWordWrap(true);
+    messageLabel->setAlignment(Qt::AlignCenter);
+
+    layout->addWidget(logoLabel, 0, Qt::AlignCenter);
+    layout->addWidget(titleLabel);
+    layout->addWidget(messageLabel, MessageStretch);
+    layout->addWidget(rebootInstrumentButton);
+    layout->addWidget(continueButton);
+    setLayout(layout);
+}
+
+// F12 takes a picture; no other key does anything: the only way on is the continue button.
+void HelpMessageRebootMenu::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_F12)
+        emit screenshotRequested(grab());
+}
