@@ -3,6 +3,8 @@
 #include <QJsonArray>
 #include <QTest>
 
+#include <future>
+
 Q_DECLARE_METATYPE(InstrumentFaults)
 
 // The simulator stands in for the instrument in the HTTP tests, the end-to-end runs and the
@@ -15,6 +17,7 @@ private slots:
     void replies_data();
     void replies();
     void stateChanges();
+    void pollBeforeItsOperation();
 };
 
 namespace {
@@ -139,6 +142,17 @@ void TestInstrumentSimulator::stateChanges()
              QStringList({"200 Started install.\n", "200 No USB stick found.\nFinished.\n",
                           "200 No active process.\n"}));
     QCOMPARE(simulator.identity()["slotAVersion"].toString(), "E2019.01.1.1518_20190131_111111");
+}
+
+// The first poll of an install may overtake the install request on its way; it waits for it
+// briefly instead of ending the stream before it began.
+void TestInstrumentSimulator::pollBeforeItsOperation()
+{
+    InstrumentSimulator simulator(InstrumentSimulator::defaultIdentity(), 1);
+    auto poll = std::async(std::launch::async, [&] { return simulator.respond("status"); });
+    QTest::qSleep(20);
+    simulator.respond("ops/install");
+    QCOMPARE(poll.get().body, "Mounting USB0 (KINGSTON) on /run/media/USB0\n");
 }
 
 QTEST_GUILESS_MAIN(TestInstrumentSimulator)

@@ -78,7 +78,13 @@ HttpReply InstrumentSimulator::respond(const std::string &path)
 {
     if (faults.delay.count() > 0)
         std::this_thread::sleep_for(faults.delay);
-    const std::lock_guard<std::mutex> lock(mutex);
+    std::unique_lock<std::mutex> lock(mutex);
+    // The console sends an operation and its first status poll at once, on two connections, and
+    // the poll may arrive first. Give the operation a moment to start, so that trying the
+    // console does not end an install at once with "No active process.".
+    if (path == "status" && operation.isEmpty())
+        operationStarted.wait_for(lock, std::chrono::milliseconds(100),
+                                  [this] { return !operation.isEmpty(); });
     return respondLocked(QString::fromStdString(path));
 }
 
@@ -136,6 +142,7 @@ QByteArray InstrumentSimulator::start(const QString &newOperation)
     if (!operation.isEmpty())
         return QStringLiteral("Busy: %1 is running.\n").arg(operation).toUtf8();
     operation = newOperation;
+    operationStarted.notify_all();
     statusReplies = 0;
     output.clear();
     installedVersion.clear();

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <mutex>
 
@@ -51,6 +52,7 @@ private:
     QString firstUsbDevice() const;
 
     mutable std::mutex mutex;
+    std::condition_variable operationStarted;
     QJsonObject document;
     const int progressSteps;
     const InstrumentFaults faults;
