@@ -1,5 +1,6 @@
 #include "dialogs/bootmenu.h"
 #include "dialogs/slotwidget.h"
+#include "findwidget.h"
 
 #include <QLabel>
 #include <QLayout>
@@ -40,15 +41,6 @@ OstrelIdentity identityWithSlots(const QList<OstrelIdentity::SlotInfo> &slotList
     OstrelIdentity identity;
     identity.slotList = slotList;
     return identity;
-}
-
-QPushButton *button(const QWidget *dialog, const QString &text)
-{
-    for (QPushButton *candidate : dialog->findChildren<QPushButton *>()) {
-        if (candidate->text() == text)
-            return candidate;
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -139,8 +131,8 @@ void TestBootMenu::keysAndButtons()
     QSignalSpy screenshots(&menu, &BootMenu::screenshotRequested);
     QSignalSpy rejected(&menu, &QDialog::rejected);
 
-    QTest::mouseClick(button(&menu, "SWAP"), Qt::LeftButton);
-    QTest::mouseClick(button(&menu, "SWAP"), Qt::LeftButton);
+    QTest::mouseClick(find<QPushButton>(&menu, "SWAP"), Qt::LeftButton);
+    QTest::mouseClick(find<QPushButton>(&menu, "SWAP"), Qt::LeftButton);
     QCOMPARE(swaps.count(), 2);
     QVERIFY(menu.isVisible());
 
@@ -153,7 +145,7 @@ void TestBootMenu::keysAndButtons()
     QCOMPARE(screenshots.count(), 1);
     QCOMPARE(screenshots.first().first().value<QPixmap>().size(), menu.size());
 
-    QTest::mouseClick(button(&menu, "CLOSE"), Qt::LeftButton);
+    QTest::mouseClick(find<QPushButton>(&menu, "CLOSE"), Qt::LeftButton);
     QVERIFY(!menu.isVisible());
     QCOMPARE(rejected.count(), 1);
     QCOMPARE(swaps.count(), 2);

@@ -1,5 +1,6 @@
 #include "app/ostrelrecovery.h"
 #include "dialogs/helpmessagerebootmenu.h"
+#include "findwidget.h"
 
 #include <QApplication>
 #include <QDir>
@@ -25,19 +26,6 @@ private slots:
     void buttonsAndKeys();
     void firstScreenOfTheWindow();
 };
-
-namespace {
-
-QPushButton *button(const QWidget *dialog, const QString &text)
-{
-    for (QPushButton *candidate : dialog->findChildren<QPushButton *>()) {
-        if (candidate->text() == text)
-            return candidate;
-    }
-    return nullptr;
-}
-
-} // namespace
 
 // The application's own style sheet, as the program applies it at start-up.
 void TestHelpMessageRebootMenu::initTestCase()
@@ -103,8 +91,8 @@ void TestHelpMessageRebootMenu::buttonsAndKeys()
     menu.show();
     QVERIFY(QTest::qWaitForWindowExposed(&menu));
 
-    button(&menu, "REBOOT INSTRUMENT")->click();
-    button(&menu, "REBOOT INSTRUMENT")->click();
+    find<QPushButton>(&menu, "REBOOT INSTRUMENT")->click();
+    find<QPushButton>(&menu, "REBOOT INSTRUMENT")->click();
     QCOMPARE(reboots.count(), 2);
     for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_F11, Qt::Key_Return, Qt::Key_Enter})
         QTest::keyClick(&menu, key);
@@ -114,7 +102,7 @@ void TestHelpMessageRebootMenu::buttonsAndKeys()
     QCOMPARE(screenshots.count(), 1);
     QCOMPARE(screenshots.first().first().value<QPixmap>().size(), QSize(1280, 800));
 
-    button(&menu, "CONTINUE TO RECOVERY MODE")->click();
+    find<QPushButton>(&menu, "CONTINUE TO RECOVERY MODE")->click();
     QVERIFY(!menu.isVisible());
     QCOMPARE(menu.result(), int(QDialog::Rejected));
     QCOMPARE(rejected.count(), 1);
@@ -136,9 +124,9 @@ void TestHelpMessageRebootMenu::firstScreenOfTheWindow()
         QVERIFY(menu);
         sawScreen = true;
         QVERIFY(!qobject_cast<QWidget *>(menu->parent())->isVisible());
-        button(menu, "REBOOT INSTRUMENT")->click();
+        find<QPushButton>(menu, "REBOOT INSTRUMENT")->click();
         QTest::keyClick(menu, Qt::Key_F12);
-        button(menu, "CONTINUE TO RECOVERY MODE")->click();
+        find<QPushButton>(menu, "CONTINUE TO RECOVERY MODE")->click();
     });
     OstrelRecovery window {QString()};
     QVERIFY(sawScreen);

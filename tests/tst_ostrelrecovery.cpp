@@ -4,6 +4,7 @@
 #include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
 #include "dialogs/slotwidget.h"
+#include "findwidget.h"
 #include "processors/abstractcommandprocessor.h"
 
 #include <QDateTime>
@@ -23,23 +24,10 @@
 #include <memory>
 
 Q_DECLARE_METATYPE(const QMetaObject *)
-#include <type_traits>
 
 namespace {
 // Nothing listens there: every request fails at once with a refused connection.
 const QString Instrument = "127.0.9.1";
-
-// The first child of that type whose text (a group's title) starts with textStart.
-template<typename Widget>
-Widget *find(const QWidget *window, const QString &textStart)
-{
-    const char *property = std::is_same_v<Widget, QGroupBox> ? "title" : "text";
-    for (Widget *widget : window->findChildren<Widget *>()) {
-        if (widget->property(property).toString().startsWith(textStart))
-            return widget;
-    }
-    return nullptr;
-}
 
 // The buttons that can be pressed, in a fixed order.
 QString enabledButtons(const QWidget *window)

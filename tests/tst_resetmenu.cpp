@@ -1,4 +1,5 @@
 #include "dialogs/resetmenu.h"
+#include "findwidget.h"
 
 #include <QCheckBox>
 #include <QLayout>
@@ -16,19 +17,6 @@ private slots:
     void resetSelected();
     void keys();
 };
-
-namespace {
-
-QCheckBox *box(const Resetmenu &menu, const QString &text)
-{
-    for (QCheckBox *candidate : menu.findChildren<QCheckBox *>()) {
-        if (candidate->text() == text)
-            return candidate;
-    }
-    return nullptr;
-}
-
-} // namespace
 
 void TestResetmenu::layout()
 {
@@ -78,7 +66,7 @@ void TestResetmenu::resetSelected()
     QSignalSpy rejected(&menu, &QDialog::rejected);
     menu.show();
     for (const QString &text : ticked)
-        box(menu, text)->click();
+        find<QCheckBox>(&menu, text)->click();
     for (int showing = 1; showing <= 2; ++showing) {
         menu.show();
         QTest::mouseClick(menu.findChild<QPushButton *>(), Qt::LeftButton);
