@@ -32,8 +32,10 @@ QString SignalRecorder::summary(const OstrelIdentity &identity)
 bool SignalRecorder::perform(AbstractCommandProcessor *processor, const QString &operation)
 {
     if (operation.startsWith("setBootOrder ")) {
-        processor->setBootOrder(operation.endsWith('A') ? OstrelIdentity::AFirst
-                                                        : OstrelIdentity::BFirst);
+        const QString order = operation.mid(13);
+        processor->setBootOrder(order == "A"           ? OstrelIdentity::AFirst
+                                        : order == "B" ? OstrelIdentity::BFirst
+                                                       : OstrelIdentity::BootOrder(order.toInt()));
         return true;
     }
     if (operation.startsWith("reset:")) {

@@ -21,8 +21,9 @@ public:
     // Boot order, slots with their counts, and the USB aliases.
     static QString summary(const OstrelIdentity &identity);
 
-    // Calls one operation written as a word: "identify", "setBootOrder A", and "reset: factory,
-    // slot b count" for a reset list ("reset:" for an empty one). False for an unknown word.
+    // Calls one operation written as a word: "identify", "setBootOrder A" ("setBootOrder 7" for
+    // a value out of range), and "reset: factory, slot b count" for a reset list ("reset:" for an
+    // empty one). False for an unknown word.
     static bool perform(AbstractCommandProcessor *processor, const QString &operation);
 
     QStringList events;

@@ -1,3 +1,4 @@
+#include "processors/commandprocessor.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
@@ -62,8 +63,11 @@ void TestAbstractCommandProcessor::implementations()
 {
     FakeCommandProcessor simulated(nullptr);
     HttpCommandProcessor http("127.0.9.1", nullptr);
+    // Never the real tool or the real reboot command, even where nothing is run.
+    CommandProcessor local("/nonexistent/recovery-ops", "/nonexistent/reboot", 0, nullptr);
     for (AbstractCommandProcessor *processor : {static_cast<AbstractCommandProcessor *>(&simulated),
-                                                static_cast<AbstractCommandProcessor *>(&http)}) {
+                                                static_cast<AbstractCommandProcessor *>(&http),
+                                                static_cast<AbstractCommandProcessor *>(&local)}) {
         QVERIFY(processor->inherits("AbstractCommandProcessor"));
         bool busy = true;
         QVERIFY(QMetaObject::invokeMethod(processor, "isBusy", Q_RETURN_ARG(bool, busy)));
@@ -71,6 +75,8 @@ void TestAbstractCommandProcessor::implementations()
     }
     QCOMPARE(simulated.metaObject()->className(), "FakeCommandProcessor");
     QCOMPARE(simulated.metaObject()->methodCount(), simulated.metaObject()->methodOffset());
+    QCOMPARE(local.metaObject()->className(), "CommandProcessor");
+    QCOMPARE(local.metaObject()->methodCount(), local.metaObject()->methodOffset());
     // The HTTP back end adds its reply handler and nothing else.
     const QMetaObject *meta = http.metaObject();
     QCOMPARE(meta->className(), "HttpCommandProcessor");

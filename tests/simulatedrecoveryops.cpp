@@ -1,0 +1,51 @@
+#include "tools/instrument-sim/instrumentsimulator.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+
+#include <cstdio>
+
+// The simulated instrument behind its own service tool, so that the local back end can be held
+// to the same scenario as the others. The instrument lives in "$FAKE_TOOL_DIR/instrument.json"
+// between runs. A run without arguments stands in for the system's reboot command.
+namespace {
+
+void print(const std::string &text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    QFile state(qEnvironmentVariable("FAKE_TOOL_DIR") + "/instrument.json");
+    QJsonObject identity = InstrumentSimulator::defaultIdentity();
+    if (state.open(QIODevice::ReadOnly))
+        identity = QJsonDocument::fromJson(state.readAll()).object();
+    state.close();
+
+    InstrumentSimulator instrument(identity, 3);
+    const std::string path
+            = arguments.isEmpty() ? "reboot" : ("ops/" + arguments.join('/')).toStdString();
+    std::string output = instrument.respond(path).body;
+    // The tool prints the document alone, without the service's log line.
+    if (path == "ops/identify")
+        output.erase(0, output.rfind('\n') + 1);
+    print(output);
+    if (path == "ops/install" || path == "ops/backup") {
+        do {
+            output = instrument.respond("status").body;
+            print(output);
+        } while (output.find("Finished.\n") == std::string::npos);
+    }
+
+    if (!state.open(QIODevice::WriteOnly))
+        return 1;
+    state.write(QJsonDocument(instrument.identity()).toJson());
+    return 0;
+}
