@@ -4,6 +4,7 @@
 #include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
 #include "dialogs/statuswidget.h"
+#include "processors/commandprocessor.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
@@ -35,11 +36,20 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
 {
     setWindowTitle(tr("Recovery Mode"));
     setFixedSize(WindowWidth, WindowHeight);
-    desktopMode = true;
+    desktopMode = !InstrumentBuild;
 
     if (!hostName.isEmpty()) {
         processor = new HttpCommandProcessor(hostName, this);
         setWindowTitle(windowTitle() + QStringLiteral(" (%1)").arg(hostName));
+    } else if (InstrumentBuild) {
+#ifdef OSTREL_STAND_IN_TOOL
+        // A test build: never the real tool, never the real reboot.
+        processor = new CommandProcessor(QStringLiteral(OSTREL_STAND_IN_TOOL),
+                                         QStringLiteral(OSTREL_STAND_IN_REBOOT),
+                                         CommandProcessor::DefaultWaitMilliseconds, this);
+#else
+        processor = new CommandProcessor(this);
+#endif
     } else {
         processor = new FakeCommandProcessor(this);
     }
@@ -93,8 +103,11 @@ QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool de
         return QDir::currentPath();
     if (identity.usbDevices.isEmpty())
         return UserDataRoot;
-    return QDir::toNativeSeparators(
-            QStringLiteral("%1/%2").arg(UsbMountRoot, identity.usbDevices.first().alias));
+    // The alias comes from the instrument; one that is no plain folder name could lead anywhere.
+    const QString alias = identity.usbDevices.first().alias;
+    if (alias.isEmpty() || alias.contains(QLatin1Char('/')) || alias.contains(QLatin1String("..")))
+        return UserDataRoot;
+    return QDir::toNativeSeparators(QStringLiteral("%1/%2").arg(UsbMountRoot, alias));
 }
 
 // F12 takes a picture of the window; every other key is swallowed.

@@ -14,6 +14,15 @@ class QLabel;
 class QPushButton;
 class QTextEdit;
 
+// The console as built to run on the instrument itself: full screen, REBOOT whenever nothing runs,
+// screenshots onto the USB stick, and the instrument's own service tool behind it when no host is
+// named. The default build is the desktop console.
+#ifdef OSTREL_INSTRUMENT_BUILD
+inline constexpr bool InstrumentBuild = true;
+#else
+inline constexpr bool InstrumentBuild = false;
+#endif
+
 // Where screenshots go when the window is not on a desktop: the first USB stick, mounted under
 // its alias, or else the user data root.
 inline const QString UsbMountRoot = QStringLiteral("/run/media/");

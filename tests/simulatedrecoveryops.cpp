@@ -7,8 +7,9 @@
 #include <cstdio>
 
 // The simulated instrument behind its own service tool, so that the local back end can be held
-// to the same scenario as the others. The instrument lives in "$FAKE_TOOL_DIR/instrument.json"
-// between runs. A run without arguments stands in for the system's reboot command.
+// to the same scenario as the others, and for the tests of the instrument build. The instrument
+// lives in "$FAKE_TOOL_DIR/instrument.json" between runs; without that folder every run starts
+// from the default instrument. A run without arguments stands in for the system's reboot command.
 namespace {
 
 void print(const std::string &text)
@@ -23,9 +24,10 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
-    QFile state(qEnvironmentVariable("FAKE_TOOL_DIR") + "/instrument.json");
+    const QString folder = qEnvironmentVariable("FAKE_TOOL_DIR");
+    QFile state(folder + "/instrument.json");
     QJsonObject identity = InstrumentSimulator::defaultIdentity();
-    if (state.open(QIODevice::ReadOnly))
+    if (!folder.isEmpty() && state.open(QIODevice::ReadOnly))
         identity = QJsonDocument::fromJson(state.readAll()).object();
     state.close();
 
@@ -44,6 +46,8 @@ int main(int argc, char *argv[])
         } while (output.find("Finished.\n") == std::string::npos);
     }
 
+    if (folder.isEmpty())
+        return 0;
     if (!state.open(QIODevice::WriteOnly))
         return 1;
     state.write(QJsonDocument(instrument.identity()).toJson());

@@ -45,6 +45,9 @@ std::unique_ptr<OstrelRecovery> shownWindow(const QString &hostName)
 {
     continuePastHelpScreen();
     auto window = std::make_unique<OstrelRecovery>(hostName);
+    // The instrument build asks for full screen, and the offscreen screen is smaller than the
+    // instrument's: the layout is checked at the designed size, the state in window().
+    window->setWindowState(Qt::WindowNoState);
     window->show();
     if (!QTest::qWaitForWindowExposed(window.get()))
         return nullptr;
@@ -72,6 +75,7 @@ private slots:
     void screenshotFolder();
     void screenshots();
     void bootOrderRoundTrip();
+    void localBackEnd();
 };
 
 void TestOstrelRecovery::window_data()
@@ -79,8 +83,9 @@ void TestOstrelRecovery::window_data()
     QTest::addColumn<QString>("hostName");
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("backEnd");
-    QTest::newRow("no host: simulated instrument") << QString() << "Recovery Mode"
-                                                   << "FakeCommandProcessor";
+    QTest::newRow("no host: simulated or local back end")
+            << QString() << "Recovery Mode"
+            << (InstrumentBuild ? "CommandProcessor" : "FakeCommandProcessor");
     QTest::newRow("host in the title") << Instrument << "Recovery Mode (127.0.9.1)"
                                        << "HttpCommandProcessor";
     QTest::newRow("host text taken as given") << " <b>odd</b> "
@@ -94,12 +99,12 @@ void TestOstrelRecovery::window()
     QFETCH(QString, title);
     QFETCH(QString, backEnd);
 
-    const auto window = shownWindow(hostName);
-    QVERIFY(window);
+    continuePastHelpScreen();
+    const auto window = std::make_unique<OstrelRecovery>(hostName);
     QCOMPARE(window->windowTitle(), title);
     QCOMPARE(window->minimumSize(), QSize(1280, 800));
     QCOMPARE(window->maximumSize(), QSize(1280, 800));
-    QCOMPARE(window->windowState(), Qt::WindowNoState);
+    QCOMPARE(window->windowState(), InstrumentBuild ? Qt::WindowFullScreen : Qt::WindowNoState);
     const auto processors = window->findChildren<AbstractCommandProcessor *>();
     QCOMPARE(processors.size(), 1);
     QCOMPARE(processors.first()->metaObject()->className(), backEnd);
@@ -109,6 +114,8 @@ void TestOstrelRecovery::panels()
 {
     const auto window = shownWindow(QString());
     QVERIFY(window);
+    // The local back end's identity comes from a tool run, after the window is up.
+    QTRY_COMPARE(find<QPushButton>(window.get(), "INSTALL SW")->text(), "INSTALL SW TO SLOT B");
     QGroupBox *console = find<QGroupBox>(window.get(), "Console");
     QGroupBox *commands = find<QGroupBox>(window.get(), "Commands");
     QGroupBox *usb = find<QGroupBox>(window.get(), "USB Device");
@@ -153,17 +160,24 @@ void TestOstrelRecovery::buttonStates_data()
     const QString whileBusy = "EJECT, REFRESH";
 
     QTest::newRow("host: after construction") << Instrument << QStringList() << all;
-    QTest::newRow("no host: REBOOT locked") << QString() << QStringList() << allButReboot;
     QTest::newRow("host: busy") << Instrument << QStringList {"busy"} << whileBusy;
     QTest::newRow("host: busy, then idle twice")
             << Instrument << QStringList {"busy", "busy", "idle", "idle"} << all;
-    QTest::newRow("no host: idle keeps REBOOT locked")
-            << QString() << QStringList {"busy", "idle"} << allButReboot;
-    QTest::newRow("no host: EXPORT enables CANCEL, nothing reports idle")
-            << QString() << QStringList {"EXPORT"}
-            << "INSTALL SW, RESET..., BOOT ORDER..., EXPORT, CANCEL, EJECT, REFRESH";
-    QTest::newRow("no host: CANCEL reports idle, which disables it")
-            << QString() << QStringList {"EXPORT", "CANCEL"} << allButReboot;
+    if (InstrumentBuild) {
+        // On the instrument REBOOT follows the busy state alone.
+        QTest::newRow("no host: after construction") << QString() << QStringList() << all;
+        QTest::newRow("no host: busy") << QString() << QStringList {"busy"} << whileBusy;
+        QTest::newRow("no host: idle") << QString() << QStringList {"busy", "idle"} << all;
+    } else {
+        QTest::newRow("no host: REBOOT locked") << QString() << QStringList() << allButReboot;
+        QTest::newRow("no host: idle keeps REBOOT locked")
+                << QString() << QStringList {"busy", "idle"} << allButReboot;
+        QTest::newRow("no host: EXPORT enables CANCEL, nothing reports idle")
+                << QString() << QStringList {"EXPORT"}
+                << "INSTALL SW, RESET..., BOOT ORDER..., EXPORT, CANCEL, EJECT, REFRESH";
+        QTest::newRow("no host: CANCEL reports idle, which disables it")
+                << QString() << QStringList {"EXPORT", "CANCEL"} << allButReboot;
+    }
     QTest::newRow("host: busy leaves CANCEL usable")
             << Instrument << QStringList {"EXPORT", "busy"} << "CANCEL, EJECT, REFRESH";
     QTest::newRow("host: idle after export disables CANCEL")
@@ -244,6 +258,8 @@ void TestOstrelRecovery::identityReachesLabels()
 // The buttons against the simulated instrument, pressed as a user would.
 void TestOstrelRecovery::buttonsReachTheBackEnd()
 {
+    if (InstrumentBuild)
+        QSKIP("the simulated instrument is the desktop console's; see localBackEnd()");
     const auto window = shownWindow(QString());
     QVERIFY(window);
     auto *processor = window->findChild<AbstractCommandProcessor *>();
@@ -347,6 +363,12 @@ void TestOstrelRecovery::screenshotFolder_data()
     QTest::newRow("instrument: first stick, under the mount root")
             << false << QStringList {"USB0", "USB1"} << "/run/media//USB0";
     QTest::newRow("instrument: no stick") << false << QStringList() << "/mnt/usrroot";
+    // The alias comes from the instrument: it names a folder only when it is a plain name.
+    for (const QString &alias : QStringList {"../../etc", "USB0/..", "a/b", "..", ""})
+        QTest::newRow(qPrintable("instrument: alias \"" + alias + "\""))
+                << false << QStringList {alias} << "/mnt/usrroot";
+    QTest::newRow("instrument: an odd alias that is a name")
+            << false << QStringList {"USB 0.1"} << "/run/media//USB 0.1";
 }
 
 void TestOstrelRecovery::screenshotFolder()
@@ -365,6 +387,10 @@ void TestOstrelRecovery::screenshotFolder()
 // after the second it was taken in; no other key writes anything.
 void TestOstrelRecovery::screenshots()
 {
+    // There the pictures go to the USB stick or the user data root, never into a test's folder.
+    if (InstrumentBuild)
+        QSKIP("the desktop console's working directory; the instrument's folder is "
+              "screenshotFolder()");
     QTemporaryDir folder;
     QVERIFY(folder.isValid());
     const QString previous = QDir::currentPath();
@@ -402,6 +428,8 @@ void TestOstrelRecovery::screenshots()
 // the install button follow the identity that comes back.
 void TestOstrelRecovery::bootOrderRoundTrip()
 {
+    if (InstrumentBuild)
+        QSKIP("the simulated instrument is the desktop console's; see localBackEnd()");
     const auto window = shownWindow(QString());
     QVERIFY(window);
     auto *console = window->findChild<QTextEdit *>();
@@ -422,6 +450,45 @@ void TestOstrelRecovery::bootOrderRoundTrip()
     QCOMPARE(console->toPlainText(), "Boot order set A to B\nBoot order set B to A\n");
     QCOMPARE(firstSlot(), "Slot:\tB");
     QVERIFY(menu->isVisible());
+}
+
+// The instrument build without a host, against the simulated service tool and the stand-in for
+// reboot: output streams in, the buttons come back, and the boot order comes back changed.
+void TestOstrelRecovery::localBackEnd()
+{
+    if (!InstrumentBuild)
+        QSKIP("the desktop console has no local back end");
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    qputenv("FAKE_TOOL_DIR", QFile::encodeName(folder.path()));
+    const auto window = shownWindow(QString());
+    QVERIFY(window);
+    auto *console = window->findChild<QTextEdit *>();
+    QPushButton *install = find<QPushButton>(window.get(), "INSTALL SW");
+    QTRY_COMPARE(install->text(), "INSTALL SW TO SLOT B");
+
+    QTest::mouseClick(install, Qt::LeftButton);
+    QVERIFY(console->toPlainText().startsWith("Installing Software\nThis might take some time\n"));
+    QTRY_VERIFY(console->toPlainText().endsWith("Finished.\n\nCommand Finished.\n"));
+    QTRY_COMPARE(enabledButtons(window.get()),
+                 "INSTALL SW, RESET..., BOOT ORDER..., REBOOT, EXPORT, EJECT, REFRESH");
+
+    console->clear();
+    QTest::mouseClick(find<QPushButton>(window.get(), "BOOT ORDER..."), Qt::LeftButton);
+    auto *menu = window->findChild<BootMenu *>();
+    QTest::mouseClick(find<QPushButton>(menu, "SWAP"), Qt::LeftButton);
+    QTRY_COMPARE(install->text(), "INSTALL SW TO SLOT A");
+    QCOMPARE(console->toPlainText(),
+             "Boot order set A to B\nBoot order: slot A first.\n\nCommand Finished.\n");
+    menu->close();
+
+    // The boot count of the slot that now boots first, then the stand-in for reboot.
+    console->clear();
+    QTest::mouseClick(find<QPushButton>(window.get(), "REBOOT"), Qt::LeftButton);
+    QTRY_COMPARE(console->toPlainText(),
+                 "Boot count of slot A reset.\n\nCommand Finished.\n"
+                 "\nCommand Finished.\n");
+    qunsetenv("FAKE_TOOL_DIR");
 }
 
 QTEST_MAIN(TestOstrelRecovery)
