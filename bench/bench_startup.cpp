@@ -1,0 +1,45 @@
+#include "app/ostrelrecovery.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QTest>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+// One start-up, measured from the moment the caller spawned this process (nanoseconds since the
+// epoch, the second argument) to the first exposed window: "console" is the main window with its
+// back end, "bare" an empty Qt Widgets window of the same size under the same style sheet. Prints
+// milliseconds. bench/run calls it many times in fresh processes.
+int main(int argc, char *argv[])
+{
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s console|bare SPAWN-TIME-NS\n", argv[0]);
+        return 2;
+    }
+    const QByteArray mode = argv[1];
+    const long long spawned = QByteArray(argv[2]).toLongLong();
+
+    QApplication application(argc, argv);
+    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
+    styleSheet.open(QIODevice::ReadOnly);
+    application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+
+    std::unique_ptr<QWidget> window;
+    if (mode == "console") {
+        // A host, so that no help screen comes first; nothing listens there.
+        window = std::make_unique<OstrelRecovery>(QStringLiteral("127.0.50.1"));
+    } else {
+        window = std::make_unique<QWidget>();
+        window->setFixedSize(1280, 800);
+    }
+    window->show();
+    if (!QTest::qWaitForWindowExposed(window.get()))
+        return 1;
+    const long long now = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                  std::chrono::system_clock::now().time_since_epoch())
+                                  .count();
+    std::printf("%.2f\n", double(now - spawned) / 1e6);
+    return 0;
+}
