@@ -1,4 +1,5 @@
 #include "app/ostrelrecovery.h"
+#include "childprocesses.h"
 #include "continuepasthelp.h"
 #include "dialogs/bootmenu.h"
 #include "dialogs/helpmessagerebootmenu.h"
@@ -473,6 +474,8 @@ void TestOstrelRecovery::localBackEnd()
     QTRY_COMPARE(enabledButtons(window.get()),
                  "INSTALL SW, RESET..., BOOT ORDER..., REBOOT, EXPORT, EJECT, REFRESH");
 
+    // An identify run still going would swallow the one that follows the change.
+    QVERIFY(ChildProcesses::settle());
     console->clear();
     QTest::mouseClick(find<QPushButton>(window.get(), "BOOT ORDER..."), Qt::LeftButton);
     auto *menu = window->findChild<BootMenu *>();
