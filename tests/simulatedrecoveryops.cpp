@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QJsonDocument>
+#include <QLockFile>
+#include <QSaveFile>
 
 #include <cstdio>
 
@@ -25,8 +27,15 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString folder = qEnvironmentVariable("FAKE_TOOL_DIR");
-    QFile state(folder + "/instrument.json");
+    // The console runs an identify beside a command (the one after the boot-count reset, beside
+    // the reboot), and each run reads, changes and writes the instrument: one run at a time, or
+    // the later writer undoes the other's change. A run that was killed leaves a lock that names
+    // a dead process, which the next run takes over.
+    QLockFile lock(folder + "/instrument.lock");
+    if (!folder.isEmpty() && !lock.lock())
+        return 1;
     QJsonObject identity = InstrumentSimulator::defaultIdentity();
+    QFile state(folder + "/instrument.json");
     if (!folder.isEmpty() && state.open(QIODevice::ReadOnly))
         identity = QJsonDocument::fromJson(state.readAll()).object();
     state.close();
@@ -48,8 +57,9 @@ int main(int argc, char *argv[])
 
     if (folder.isEmpty())
         return 0;
-    if (!state.open(QIODevice::WriteOnly))
+    QSaveFile update(state.fileName());
+    if (!update.open(QIODevice::WriteOnly))
         return 1;
-    state.write(QJsonDocument(instrument.identity()).toJson());
-    return 0;
+    update.write(QJsonDocument(instrument.identity()).toJson());
+    return update.commit() ? 0 : 1;
 }
