@@ -103,9 +103,11 @@ QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool de
         return QDir::currentPath();
     if (identity.usbDevices.isEmpty())
         return UserDataRoot;
-    // The alias comes from the instrument; one that is no plain folder name could lead anywhere.
+    // The alias comes from the instrument; one that is no plain folder name could lead anywhere:
+    // "." is the mount root itself, and the system cuts a path at a NUL.
     const QString alias = identity.usbDevices.first().alias;
-    if (alias.isEmpty() || alias.contains(QLatin1Char('/')) || alias.contains(QLatin1String("..")))
+    if (alias.isEmpty() || alias == QLatin1String(".") || alias.contains(QLatin1Char('/'))
+        || alias.contains(QLatin1String("..")) || alias.contains(QChar(QChar::Null)))
         return UserDataRoot;
     return QDir::toNativeSeparators(QStringLiteral("%1/%2").arg(UsbMountRoot, alias));
 }

@@ -365,8 +365,10 @@ void TestOstrelRecovery::screenshotFolder_data()
             << false << QStringList {"USB0", "USB1"} << "/run/media//USB0";
     QTest::newRow("instrument: no stick") << false << QStringList() << "/mnt/usrroot";
     // The alias comes from the instrument: it names a folder only when it is a plain name.
-    for (const QString &alias : QStringList {"../../etc", "USB0/..", "a/b", "..", ""})
-        QTest::newRow(qPrintable("instrument: alias \"" + alias + "\""))
+    for (const QString &alias : QStringList {"../../etc", "USB0/..", "a/b", "..", ".", "",
+                                             QString::fromLatin1("USB0\0", 5)})
+        QTest::newRow(
+                qPrintable("instrument: alias \"" + QString(alias).replace(QChar(0), "\\0") + "\""))
                 << false << QStringList {alias} << "/mnt/usrroot";
     QTest::newRow("instrument: an odd alias that is a name")
             << false << QStringList {"USB 0.1"} << "/run/media//USB 0.1";
