@@ -1,5 +1,6 @@
 // Prints what one console chunk costs with little and with much text, and how resident memory
-// moves while one progress line is overwritten again and again.
+// moves while one progress line is overwritten again and again: rows of "measure, result,
+// target", separated by tabs, for bench/run's table.
 
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
@@ -17,6 +18,12 @@
 #include <unistd.h>
 
 namespace {
+
+void row(const QString &measure, const QString &result, const QString &target = QString())
+{
+    std::printf("%s\t%s\t%s\n", qUtf8Printable(measure), qUtf8Printable(result),
+                qUtf8Printable(target));
+}
 
 double residentMegabytes()
 {
@@ -93,7 +100,7 @@ private:
 
 // Batches alternate between the two consoles, so a change in machine load hits both alike; the
 // fastest batch of each counts, since load only ever adds time.
-void compare(ConsoleBench &small, ConsoleBench &large, bool repaint, const char *name)
+void compare(ConsoleBench &small, ConsoleBench &large, bool repaint, const QString &name)
 {
     constexpr int Rounds = 15;
     double smallBest = std::numeric_limits<double>::max();
@@ -102,8 +109,13 @@ void compare(ConsoleBench &small, ConsoleBench &large, bool repaint, const char 
         smallBest = std::min(smallBest, small.batch(repaint));
         largeBest = std::min(largeBest, large.batch(repaint));
     }
-    std::printf("  %-26s %8.1f us     %8.1f us      %5.2f\n", name, smallBest, largeBest,
-                largeBest / smallBest);
+    const QString microseconds = QStringLiteral("%1 us");
+    row(QStringLiteral("console chunk, %1, at 1 000 lines").arg(name),
+        microseconds.arg(smallBest, 0, 'f', 1));
+    row(QStringLiteral("console chunk, %1, at 100 000 lines").arg(name),
+        microseconds.arg(largeBest, 0, 'f', 1));
+    row(QStringLiteral("  ratio 100 000 / 1 000"), QString::number(largeBest / smallBest, 'f', 2),
+        QStringLiteral("<= 1.20"));
 }
 
 } // namespace
@@ -119,10 +131,8 @@ int main(int argc, char *argv[])
         ConsoleBench large;
         small.fillTo(1000);
         large.fillTo(100000);
-        std::printf("console chunk cost            1 000 lines   100 000 lines   ratio (target <= "
-                    "1.20)\n");
-        compare(small, large, false, "append only");
-        compare(small, large, true, "append and repaint");
+        compare(small, large, false, QStringLiteral("append only"));
+        compare(small, large, true, QStringLiteral("append and repaint"));
     }
     {
         ConsoleBench bench;
@@ -130,10 +140,13 @@ int main(int argc, char *argv[])
         const double at100k = residentMegabytes();
         bench.overwrite(100000, 300000);
         const double at300k = residentMegabytes();
-        std::printf(
-                "progress-line overwrites     resident at 100 000: %.2f MB, at 300 000: %.2f MB\n",
-                at100k, at300k);
-        std::printf("  growth between them        %.2f MB (target < 0.50)\n", at300k - at100k);
+        const QString megabytes = QStringLiteral("%1 MB");
+        row(QStringLiteral("resident memory after 100 000 progress-line overwrites"),
+            megabytes.arg(at100k, 0, 'f', 2));
+        row(QStringLiteral("resident memory after 300 000 progress-line overwrites"),
+            megabytes.arg(at300k, 0, 'f', 2));
+        row(QStringLiteral("  growth over the last 200 000"),
+            megabytes.arg(at300k - at100k, 0, 'f', 2), QStringLiteral("< 0.50 MB"));
     }
     {
         ConsoleBench bench;
@@ -143,9 +156,10 @@ int main(int argc, char *argv[])
         const double line = double(timer.nsecsElapsed()) / 1e6;
         timer.restart();
         bench.append(QStringLiteral("\rend"));
-        std::printf("one unbroken 1 MB line        %.0f ms to append, %.0f ms to redraw after a "
-                    "carriage return\n",
-                    line, double(timer.nsecsElapsed()) / 1e6);
+        row(QStringLiteral("one unbroken 1 MB line: append"),
+            QStringLiteral("%1 ms").arg(line, 0, 'f', 0));
+        row(QStringLiteral("  then a carriage return and a short line"),
+            QStringLiteral("%1 ms").arg(double(timer.nsecsElapsed()) / 1e6, 0, 'f', 0));
     }
     return 0;
 }

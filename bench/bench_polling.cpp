@@ -1,6 +1,7 @@
 // Prints how fast the HTTP back end polls "status" against the instrument simulator, beside the
 // toolkit's floor (a bare QNetworkAccessManager loop against the same server) and wrk, and how
-// late a 16 ms timer fires in the window while polling runs.
+// late a 16 ms timer fires in the window while polling runs: rows of "measure, result, target",
+// separated by tabs, for bench/run's table.
 
 #include "app/ostrelrecovery.h"
 #include "processors/httpcommandprocessor.h"
@@ -21,6 +22,17 @@ namespace {
 
 const QString Address = QStringLiteral("127.0.20.1");
 constexpr int Seconds = 3;
+
+void row(const QString &measure, const QString &result, const QString &target = QString())
+{
+    std::printf("%s\t%s\t%s\n", qUtf8Printable(measure), qUtf8Printable(result),
+                qUtf8Printable(target));
+}
+
+QString ratio(double value)
+{
+    return QString::number(value, 'f', 2);
+}
 
 void runEventLoopFor(int milliseconds)
 {
@@ -139,19 +151,21 @@ int main(int argc, char *argv[])
     simulator.kill();
     simulator.waitForFinished();
 
-    std::printf("Status polling against the instrument simulator (%d s each)\n", Seconds);
-    std::printf("  bare QNetworkAccessManager loop   %8.0f polls/s\n", bare);
-    std::printf("  HTTP back end                     %8.0f polls/s   %.2f x bare (target >= 0.8)\n",
-                backEnd, backEnd / bare);
-    std::printf("  window with console               %8.0f polls/s   %.2f x bare\n", windowRate,
-                windowRate / bare);
-    if (wrk > 0)
-        std::printf("  wrk -t1 -c1                       %8.0f req/s     bare is %.2f x wrk\n", wrk,
-                    bare / wrk);
-    else
-        std::printf("  wrk -t1 -c1                       not available\n");
-    std::printf("  16 ms timer lateness in the window while polling, 99th percentile: %.1f ms "
-                "(target < 16)\n",
-                lateness);
+    const QString rate = QStringLiteral("%1 polls/s");
+    row(QStringLiteral("status polling, bare QNetworkAccessManager loop"),
+        rate.arg(bare, 0, 'f', 0));
+    row(QStringLiteral("status polling, HTTP back end"), rate.arg(backEnd, 0, 'f', 0));
+    row(QStringLiteral("  back end / bare loop"), ratio(backEnd / bare), QStringLiteral(">= 0.80"));
+    row(QStringLiteral("status polling, window with its console"), rate.arg(windowRate, 0, 'f', 0));
+    row(QStringLiteral("  window / bare loop"), ratio(windowRate / bare));
+    if (wrk > 0) {
+        row(QStringLiteral("status requests, wrk -t1 -c1"),
+            QStringLiteral("%1 req/s").arg(wrk, 0, 'f', 0));
+        row(QStringLiteral("  bare loop / wrk"), ratio(bare / wrk));
+    } else {
+        row(QStringLiteral("status requests, wrk -t1 -c1"), QStringLiteral("not available"));
+    }
+    row(QStringLiteral("16 ms timer lateness while polling, 99th percentile"),
+        QStringLiteral("%1 ms").arg(lateness, 0, 'f', 1), QStringLiteral("< 16 ms"));
     return 0;
 }
