@@ -3,7 +3,6 @@
 #include "findwidget.h"
 
 #include <QLabel>
-#include <QLayout>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -17,7 +16,6 @@ class TestBootMenu : public QObject
 private slots:
     void slotPanel_data();
     void slotPanel();
-    void layout();
     void refreshBootOrder_data();
     void refreshBootOrder();
     void keysAndButtons();
@@ -71,23 +69,6 @@ void TestBootMenu::slotPanel()
     QCOMPARE(panel.title(), "Boot First");
     panel.showEntry({}, 0);
     QCOMPARE(lines(&panel), Placeholders);
-}
-
-void TestBootMenu::layout()
-{
-    BootMenu menu(nullptr);
-    QCOMPARE(menu.windowTitle(), "BOOT ORDER");
-    QVERIFY(menu.isModal());
-    menu.show();
-    QStringList order;
-    for (int index = 0; index < menu.layout()->count(); ++index) {
-        QWidget *widget = menu.layout()->itemAt(index)->widget();
-        if (auto *panel = qobject_cast<SlotWidget *>(widget))
-            order << panel->title();
-        else if (auto *pushButton = qobject_cast<QPushButton *>(widget))
-            order << pushButton->text() + QString(" %1").arg(pushButton->height());
-    }
-    QCOMPARE(order, QStringList({"Boot First", "SWAP 48", "Boot Second", "CLOSE 48"}));
 }
 
 void TestBootMenu::refreshBootOrder_data()

@@ -2,8 +2,6 @@
 #include "childprocesses.h"
 #include "continuepasthelp.h"
 #include "dialogs/bootmenu.h"
-#include "dialogs/helpmessagerebootmenu.h"
-#include "dialogs/resetmenu.h"
 #include "dialogs/slotwidget.h"
 #include "findwidget.h"
 #include "processors/abstractcommandprocessor.h"
@@ -14,7 +12,6 @@
 #include <QImage>
 #include <QLabel>
 #include <QLayout>
-#include <QMetaMethod>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QTcpServer>
@@ -70,8 +67,6 @@ private slots:
     void identityReachesLabels();
     void buttonsReachTheBackEnd();
     void closedWithRequestsInFlight();
-    void metaObjects_data();
-    void metaObjects();
     void screenshotFolder_data();
     void screenshotFolder();
     void screenshots();
@@ -303,54 +298,6 @@ void TestOstrelRecovery::closedWithRequestsInFlight()
     QVERIFY(QTest::qWaitFor([&] { return silent.hasPendingConnections(); }));
     QVERIFY(!find<QPushButton>(window.get(), "INSTALL SW")->isEnabled());
     window.reset();
-}
-
-// Connections and the style sheet reach these classes through their meta-objects.
-void TestOstrelRecovery::metaObjects_data()
-{
-    QTest::addColumn<const QMetaObject *>("meta");
-    QTest::addColumn<QStringList>("methods");
-
-    QTest::newRow("OstrelRecovery")
-            << &OstrelRecovery::staticMetaObject
-            << QStringList {"slot handleResetClicked()",
-                            "slot handleExportClicked()",
-                            "slot handleInstallSoftwareClicked()",
-                            "slot handleBootOrderClicked()",
-                            "slot handleRebootClicked()",
-                            "slot handleBootOrderChanged()",
-                            "slot handleScreenshotRequested(QPixmap pixMap)"};
-    QTest::newRow("BootMenu") << &BootMenu::staticMetaObject
-                              << QStringList {"signal bootOrderSwapped()",
-                                              "signal screenshotRequested(QPixmap pixMap)",
-                                              "slot refreshBootOrder(OstrelIdentity model)"};
-    QTest::newRow("Resetmenu") << &Resetmenu::staticMetaObject
-                               << QStringList {"signal resetInitiated(QStringList resetOptions)",
-                                               "signal screenshotRequested(QPixmap pixMap)"};
-    QTest::newRow("HelpMessageRebootMenu")
-            << &HelpMessageRebootMenu::staticMetaObject
-            << QStringList {"signal reboot()", "signal screenshotRequested(QPixmap pixMap)"};
-    QTest::newRow("SlotWidget") << &SlotWidget::staticMetaObject << QStringList();
-}
-
-void TestOstrelRecovery::metaObjects()
-{
-    QFETCH(const QMetaObject *, meta);
-    QFETCH(QStringList, methods);
-
-    QCOMPARE(meta->className(), QTest::currentDataTag());
-    QStringList actual;
-    for (int index = meta->methodOffset(); index < meta->methodCount(); ++index) {
-        const QMetaMethod method = meta->method(index);
-        QStringList parameters;
-        for (int parameter = 0; parameter < method.parameterCount(); ++parameter)
-            parameters << method.parameterTypes().at(parameter) + ' '
-                            + method.parameterNames().at(parameter);
-        actual << QString("%1 %2(%3)")
-                          .arg(method.methodType() == QMetaMethod::Signal ? "signal" : "slot",
-                               method.name(), parameters.join(", "));
-    }
-    QCOMPARE(actual, methods);
 }
 
 void TestOstrelRecovery::screenshotFolder_data()
