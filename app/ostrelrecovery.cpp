@@ -1,5 +1,6 @@
 #include "app/ostrelrecovery.h"
 
+#include "app/consolelayout.h"
 #include "dialogs/bootmenu.h"
 #include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
@@ -247,6 +248,9 @@ void OstrelRecovery::createConsoleGroup()
     // in a line that has none costs time quadratic in its length, so one unbroken megabyte from
     // the instrument would freeze the console for a minute.
     console->setWordWrapMode(QTextOption::WrapAnywhere);
+    // The rich-text layout takes time that grows with the text it already holds, and froze the
+    // console for minutes once it held some hundred thousand lines.
+    console->document()->setDocumentLayout(new ConsoleLayout(console->document()));
     auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 

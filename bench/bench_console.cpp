@@ -1,6 +1,8 @@
-// Prints what one console chunk costs with little and with much text, and how resident memory
-// moves while one progress line is overwritten again and again: rows of "measure, result,
-// target", separated by tabs, for bench/run's table.
+// Prints what the console's appends cost against what it already holds and against the chunk's
+// size, beside the toolkit's own widget for long logs (QPlainTextEdit); its memory per kept line;
+// the cost of growing one long line; and how resident memory moves while one progress line is
+// overwritten again and again: rows of "measure, result, target", separated by tabs, for
+// bench/run's table.
 
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
@@ -9,12 +11,15 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QTextDocument>
 #include <QTextEdit>
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
+#include <malloc.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -23,67 +28,65 @@ void row(const QString &measure, const QString &result, const QString &target = 
 {
     std::printf("%s\t%s\t%s\n", qUtf8Printable(measure), qUtf8Printable(result),
                 qUtf8Printable(target));
+    std::fflush(stdout);
 }
 
-double residentMegabytes()
+double residentBytes()
 {
+    malloc_trim(0); // what was freed counts as freed
     QFile statm(QStringLiteral("/proc/self/statm"));
     if (!statm.open(QIODevice::ReadOnly))
         return -1;
     const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.value(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
+    return fields.value(1).toDouble() * double(sysconf(_SC_PAGESIZE));
 }
 
-class ConsoleBench
+// Short lines of about 40 characters, numbered from where the widget stands.
+QString lines(int first, int count)
+{
+    QString text;
+    text.reserve(count * 42);
+    for (int line = first; line < first + count; ++line)
+        text += QStringLiteral("sending data/measurement_%1.csv 100%\n")
+                        .arg(line, 7, 10, QLatin1Char('0'));
+    return text;
+}
+
+// The widget under test: the console in its window, fed through the back end's signal, or the
+// reference widget, fed the same chunks the same way (appended at the end, then the view scrolled
+// to the bottom).
+class Widget
 {
 public:
-    ConsoleBench()
+    virtual ~Widget() = default;
+    virtual void append(const QString &chunk) = 0;
+    virtual int lineCount() const = 0;
+
+    void fillTo(int count)
+    {
+        constexpr int Step = 10000;
+        while (lineCount() < count)
+            append(lines(lineCount(), std::min(Step, count - lineCount())));
+        QCoreApplication::processEvents();
+    }
+};
+
+class Console : public Widget
+{
+public:
+    Console()
         : window(withoutHelpScreen())
     {
+        window.setWindowState(Qt::WindowNoState);
         window.show();
+        QCoreApplication::processEvents();
         processor = window.findChild<AbstractCommandProcessor *>();
         console = window.findChild<QTextEdit *>();
     }
 
-    int lines() const { return console->document()->blockCount(); }
-
-    void fillTo(int lineCount)
-    {
-        QString text;
-        for (int line = lines(); line < lineCount; ++line)
-            text += QStringLiteral("sending incremental file list %1/data/measurement_%2.csv\n")
-                            .arg(line % 97)
-                            .arg(line);
-        emit processor->responseReceived(text);
-        emit processor->responseReceived(QStringLiteral("warm-up\n"));
-        QCoreApplication::processEvents();
-    }
-
-    // One batch of typical chunks (a progress line, then the next file on a new line), in
-    // microseconds per chunk. With repaint the event loop runs after every chunk, as it does
-    // between two replies of an instrument.
-    double batch(bool repaint)
-    {
-        constexpr int Chunks = 50;
-        QElapsedTimer timer;
-        timer.start();
-        for (int chunk = 0; chunk < Chunks; ++chunk) {
-            emit processor->responseReceived(
-                    QStringLiteral("     1,048,576  45%   88.20kB/s    0:01:%1\r").arg(chunk % 60)
-                    + QStringLiteral("file_%1.dat\n").arg(chunk));
-            if (repaint)
-                QCoreApplication::processEvents();
-        }
-        return double(timer.nsecsElapsed()) / 1000.0 / Chunks;
-    }
-
-    void append(const QString &chunk) { emit processor->responseReceived(chunk); }
-
-    void overwrite(int from, int to)
-    {
-        for (int count = from; count < to; ++count)
-            emit processor->responseReceived(QStringLiteral("\rProg %1%").arg(count % 101));
-    }
+    void append(const QString &chunk) override { emit processor->responseReceived(chunk); }
+    int lineCount() const override { return console->document()->blockCount() - 1; }
+    QSize consoleSize() const { return console->size(); }
 
 private:
     // The empty host name, once the start-up help screen is set to be continued past.
@@ -98,24 +101,173 @@ private:
     QTextEdit *console = nullptr;
 };
 
-// Batches alternate between the two consoles, so a change in machine load hits both alike; the
-// fastest batch of each counts, since load only ever adds time.
-void compare(ConsoleBench &small, ConsoleBench &large, bool repaint, const QString &name)
+class Reference : public Widget
 {
-    constexpr int Rounds = 15;
-    double smallBest = std::numeric_limits<double>::max();
-    double largeBest = std::numeric_limits<double>::max();
-    for (int round = 0; round < Rounds; ++round) {
-        smallBest = std::min(smallBest, small.batch(repaint));
-        largeBest = std::min(largeBest, large.batch(repaint));
+public:
+    explicit Reference(QSize size)
+    {
+        edit.setStyleSheet(QStringLiteral("QPlainTextEdit { font: 20px }"));
+        edit.setReadOnly(true);
+        edit.setUndoRedoEnabled(false);
+        edit.setWordWrapMode(QTextOption::WrapAnywhere);
+        edit.setFixedSize(size);
+        edit.show();
+        QCoreApplication::processEvents();
     }
-    const QString microseconds = QStringLiteral("%1 us");
-    row(QStringLiteral("console chunk, %1, at 1 000 lines").arg(name),
-        microseconds.arg(smallBest, 0, 'f', 1));
-    row(QStringLiteral("console chunk, %1, at 100 000 lines").arg(name),
-        microseconds.arg(largeBest, 0, 'f', 1));
-    row(QStringLiteral("  ratio 100 000 / 1 000"), QString::number(largeBest / smallBest, 'f', 2),
-        QStringLiteral("<= 1.20"));
+
+    void append(const QString &chunk) override
+    {
+        QTextCursor cursor(edit.document());
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertText(chunk);
+        edit.verticalScrollBar()->setValue(edit.verticalScrollBar()->maximum());
+    }
+    int lineCount() const override { return edit.document()->blockCount() - 1; }
+
+private:
+    QPlainTextEdit edit;
+};
+
+// Microseconds per appended line of one chunk, repaint included; a one-line chunk is timed over
+// many calls.
+double perLine(Widget &widget, int chunkLines)
+{
+    const int calls = chunkLines == 1 ? 1000 : 1;
+    const QString chunk = lines(widget.lineCount(), chunkLines);
+    QElapsedTimer timer;
+    timer.start();
+    for (int call = 0; call < calls; ++call) {
+        widget.append(chunk);
+        QCoreApplication::processEvents();
+    }
+    return double(timer.nsecsElapsed()) / 1000.0 / (double(calls) * chunkLines);
+}
+
+QString figures(const QList<double> &values, int precision = 2)
+{
+    QStringList texts;
+    for (const double value : values)
+        texts << QString::number(value, 'f', precision);
+    return texts.join(QStringLiteral(" / "));
+}
+
+double spread(const QList<double> &values)
+{
+    const auto [low, high] = std::minmax_element(values.cbegin(), values.cend());
+    return *high / *low;
+}
+
+const QList<int> ChunkLines {1, 1000, 10000, 100000, 600000};
+const QList<int> HeldLines {0, 100000, 1000000};
+
+// The cost per line of every chunk size appended to every console size, each into a widget
+// freshly filled to that size. Indexed [chunk][held].
+template<typename Make>
+QList<QList<double>> matrix(Make make)
+{
+    QList<QList<double>> costs;
+    for (const int chunk : ChunkLines) {
+        QList<double> cells;
+        for (const int held : HeldLines) {
+            const std::unique_ptr<Widget> widget = make();
+            widget->fillTo(held);
+            cells << perLine(*widget, chunk);
+        }
+        costs << cells;
+    }
+    return costs;
+}
+
+void appendCosts(QSize size)
+{
+    const QList<QList<double>> console = matrix([] { return std::make_unique<Console>(); });
+    const QList<QList<double>> reference
+            = matrix([size] { return std::make_unique<Reference>(size); });
+    const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
+    double worstRatio = 0;
+    for (int chunk = 0; chunk < ChunkLines.size(); ++chunk) {
+        const QString name = QStringLiteral("chunk of %L1 lines").arg(ChunkLines[chunk]);
+        row(QStringLiteral("console, %1, us per line, %2").arg(name, held),
+            figures(console[chunk]));
+        row(QStringLiteral("  QPlainTextEdit, the same"), figures(reference[chunk]));
+        if (chunk == 0)
+            continue; // a one-line chunk is the fixed cost of a call
+        row(QStringLiteral("  console, dearest / cheapest of the three"),
+            QString::number(spread(console[chunk]), 'f', 2), QStringLiteral("<= 3.00"));
+        for (int cell = 0; cell < HeldLines.size(); ++cell)
+            worstRatio = std::max(worstRatio, console[chunk][cell] / reference[chunk][cell]);
+    }
+    for (int cell = 0; cell < HeldLines.size(); ++cell) {
+        QList<double> column;
+        for (int chunk = 1; chunk < ChunkLines.size(); ++chunk)
+            column << console[chunk][cell];
+        row(QStringLiteral("console, chunks of 1 000 to 600 000 lines into %L1 lines: "
+                           "dearest / cheapest per line")
+                    .arg(HeldLines[cell]),
+            QString::number(spread(column), 'f', 2), QStringLiteral("<= 3.00"));
+    }
+    row(QStringLiteral("console / QPlainTextEdit per line, worst chunk of 1 000 or more"),
+        QString::number(worstRatio, 'f', 2), QStringLiteral("aim <= 3.00"));
+}
+
+void memoryPerLine(QSize size)
+{
+    constexpr int Lines = 1000000;
+    double perLine[2];
+    for (int which = 0; which < 2; ++which) {
+        const double before = residentBytes();
+        std::unique_ptr<Widget> widget;
+        if (which == 0)
+            widget = std::make_unique<Console>();
+        else
+            widget = std::make_unique<Reference>(size);
+        widget->fillTo(Lines);
+        perLine[which] = (residentBytes() - before) / Lines;
+    }
+    row(QStringLiteral("resident memory per kept line, 1 000 000 lines of 40 characters, console"),
+        QStringLiteral("%1 B").arg(perLine[0], 0, 'f', 0));
+    row(QStringLiteral("  QPlainTextEdit, the same"),
+        QStringLiteral("%1 B").arg(perLine[1], 0, 'f', 0));
+    row(QStringLiteral("  console / QPlainTextEdit"),
+        QString::number(perLine[0] / perLine[1], 'f', 2), QStringLiteral("<= 2.00"));
+}
+
+// Progress drawn one character at a time: each append lays out the line it lengthens.
+void longLines()
+{
+    QList<double> costs;
+    for (const int length : {1000, 10000, 100000}) {
+        Console console;
+        console.append(QString(length, QLatin1Char('.')));
+        QCoreApplication::processEvents();
+        constexpr int Appends = 50;
+        QElapsedTimer timer;
+        timer.start();
+        for (int append = 0; append < Appends; ++append) {
+            console.append(QStringLiteral("."));
+            QCoreApplication::processEvents();
+        }
+        costs << double(timer.nsecsElapsed()) / 1000.0 / Appends;
+    }
+    row(QStringLiteral("one character appended to a line of 1 000 / 10 000 / 100 000 characters"),
+        figures(costs, 0) + QStringLiteral(" us"));
+}
+
+void progressOverwrites()
+{
+    Console console;
+    const auto overwrite = [&console](int from, int to) {
+        for (int count = from; count < to; ++count)
+            console.append(QStringLiteral("\rProg %1%").arg(count % 101));
+    };
+    overwrite(0, 100000);
+    const double at100k = residentBytes();
+    overwrite(100000, 300000);
+    const double at300k = residentBytes();
+    const QString megabytes = QStringLiteral("%1 MB");
+    row(QStringLiteral("resident memory growth over 200 000 more progress-line overwrites"),
+        megabytes.arg((at300k - at100k) / (1024.0 * 1024.0), 0, 'f', 2),
+        QStringLiteral("< 0.50 MB"));
 }
 
 } // namespace
@@ -125,41 +277,10 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-
-    {
-        ConsoleBench small;
-        ConsoleBench large;
-        small.fillTo(1000);
-        large.fillTo(100000);
-        compare(small, large, false, QStringLiteral("append only"));
-        compare(small, large, true, QStringLiteral("append and repaint"));
-    }
-    {
-        ConsoleBench bench;
-        bench.overwrite(0, 100000);
-        const double at100k = residentMegabytes();
-        bench.overwrite(100000, 300000);
-        const double at300k = residentMegabytes();
-        const QString megabytes = QStringLiteral("%1 MB");
-        row(QStringLiteral("resident memory after 100 000 progress-line overwrites"),
-            megabytes.arg(at100k, 0, 'f', 2));
-        row(QStringLiteral("resident memory after 300 000 progress-line overwrites"),
-            megabytes.arg(at300k, 0, 'f', 2));
-        row(QStringLiteral("  growth over the last 200 000"),
-            megabytes.arg(at300k - at100k, 0, 'f', 2), QStringLiteral("< 0.50 MB"));
-    }
-    {
-        ConsoleBench bench;
-        QElapsedTimer timer;
-        timer.start();
-        bench.append(QString(1000000, QLatin1Char('y')));
-        const double line = double(timer.nsecsElapsed()) / 1e6;
-        timer.restart();
-        bench.append(QStringLiteral("\rend"));
-        row(QStringLiteral("one unbroken 1 MB line: append"),
-            QStringLiteral("%1 ms").arg(line, 0, 'f', 0));
-        row(QStringLiteral("  then a carriage return and a short line"),
-            QStringLiteral("%1 ms").arg(double(timer.nsecsElapsed()) / 1e6, 0, 'f', 0));
-    }
+    const QSize consoleSize = Console().consoleSize();
+    appendCosts(consoleSize);
+    memoryPerLine(consoleSize);
+    longLines();
+    progressOverwrites();
     return 0;
 }

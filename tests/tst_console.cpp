@@ -1,7 +1,10 @@
 #include "app/ostrelrecovery.h"
 #include "continuepasthelp.h"
+#include "findwidget.h"
 #include "processors/abstractcommandprocessor.h"
+#include "tools/instrument-sim/httpreplyserver.h"
 
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -25,6 +28,7 @@ private slots:
     void unbrokenMegabytes();
     void scrollsToTheEnd();
     void keepsNoUndoHistory();
+    void manyLinesInOneReply();
 
 private:
     void feed(const QString &chunk) { emit processor->responseReceived(chunk); }
@@ -168,6 +172,31 @@ void TestConsole::keepsNoUndoHistory()
         feed(QString("\rProg %1%").arg(percent));
     QCOMPARE(console->document()->availableUndoSteps(), 0);
     QCOMPARE(console->toPlainText(), "start\nProg 100%");
+}
+
+// One status reply of 600 000 short lines from the instrument, through the HTTP back end into the
+// window. The toolkit's rich-text layout froze the window for more than five minutes over it; the
+// CTest timeout of this test catches that.
+void TestConsole::manyLinesInOneReply()
+{
+    constexpr int Lines = 600000;
+    std::string body;
+    for (int line = 0; line < Lines; ++line)
+        body += "x\n";
+    body += "Finished.\n";
+    HttpReplyServer server([&body](const std::string &path) {
+        return HttpReply {200, path == "status" ? body : std::string()};
+    });
+    QVERIFY(server.start("127.0.14.1"));
+    OstrelRecovery http("127.0.14.1");
+    http.show();
+    auto *install = find<QPushButton>(&http, "INSTALL SW");
+    QTRY_VERIFY(install->isEnabled());
+    QTest::mouseClick(install, Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(install->isEnabled(), 240000);
+    const QString text = http.findChild<QTextEdit *>()->toPlainText();
+    QVERIFY(text.endsWith("x\nx\nFinished.\n"));
+    QCOMPARE(text.count("x\n"), Lines);
 }
 
 QTEST_MAIN(TestConsole)

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QAbstractTextDocumentLayout>
+
+#include <vector>
+
+class QTextLayout;
+
+// Lays out the console's document in time proportional to what changed, not to what the console
+// holds, with the geometry the toolkit's own rich-text layout gives plain text: the same line
+// breaks, line positions, block rectangles and document height, so that display lines, carriage
+// returns and the scroll position behave exactly as they would with it. It knows only what the
+// console holds: plain text, left to right, no frames, tables or images.
+class ConsoleLayout : public QAbstractTextDocumentLayout
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ConsoleLayout)
+
+public:
+    explicit ConsoleLayout(QTextDocument *document);
+
+    void draw(QPainter *painter, const PaintContext &context) override;
+    int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
+    int pageCount() const override;
+    QSizeF documentSize() const override;
+    QRectF frameBoundingRect(QTextFrame *frame) const override;
+    QRectF blockBoundingRect(const QTextBlock &block) const override;
+
+protected:
+    void documentChanged(int from, int charsRemoved, int charsAdded) override;
+
+private:
+    qreal measure(const QTextBlock &block) const;
+    qreal layOut(QTextLayout *layout) const;
+    qreal top(int blockNumber) const;
+    void updateMetrics();
+
+    // The bottom of every block in document coordinates, by block number.
+    std::vector<qreal> bottoms;
+    qreal pageWidth = -1;
+    qreal margin = 0;
+    // A block of printable ASCII no wider than this is one line of the font's height, which saves
+    // shaping it: most of what an instrument prints.
+    qreal singleLineWidth = 0;
+    qreal maxAsciiAdvance = 0;
+    qreal singleLineHeight = 0;
+};
