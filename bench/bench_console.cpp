@@ -186,7 +186,9 @@ void appendCosts(QSize size)
     const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
     double worstRatio = 0;
     for (int chunk = 0; chunk < ChunkLines.size(); ++chunk) {
-        const QString name = QStringLiteral("chunk of %L1 lines").arg(ChunkLines[chunk]);
+        const QString name = ChunkLines[chunk] == 1
+                ? QStringLiteral("chunk of 1 line")
+                : QStringLiteral("chunk of %L1 lines").arg(ChunkLines[chunk]);
         row(QStringLiteral("console, %1, us per line, %2").arg(name, held),
             figures(console[chunk]));
         row(QStringLiteral("  QPlainTextEdit, the same"), figures(reference[chunk]));
