@@ -22,7 +22,8 @@ void ConsoleLayout::updateMetrics()
     margin = doc->documentMargin();
     pageWidth = doc->pageSize().width();
     const QFont font = doc->defaultFont();
-    const QFontMetricsF metrics(font);
+    // Measured on the device the text is laid out for, whose resolution scales the advances.
+    const QFontMetricsF metrics(font, paintDevice());
     maxAsciiAdvance = 0;
     bool primaryFontHasAscii = true;
     for (char16_t c = 0x20; c < 0x7f; ++c) {
@@ -33,7 +34,7 @@ void ConsoleLayout::updateMetrics()
     singleLineWidth = primaryFontHasAscii && pageWidth >= 0
             ? pageWidth - 2 * margin - 2 * maxAsciiAdvance
             : -1;
-    QTextLayout sample(QStringLiteral("x"), font);
+    QTextLayout sample(QStringLiteral("x"), font, paintDevice());
     sample.setTextOption(doc->defaultTextOption());
     sample.beginLayout();
     QTextLine line = sample.createLine();

@@ -250,7 +250,11 @@ void OstrelRecovery::createConsoleGroup()
     console->setWordWrapMode(QTextOption::WrapAnywhere);
     // The rich-text layout takes time that grows with the text it already holds, and froze the
     // console for minutes once it held some hundred thousand lines.
-    console->document()->setDocumentLayout(new ConsoleLayout(console->document()));
+    auto *consoleLayout = new ConsoleLayout(console->document());
+    // Tab stops scale with the resolution of the device drawn on, as the widget sets it up for
+    // the layout it makes itself.
+    consoleLayout->setPaintDevice(console->viewport());
+    console->document()->setDocumentLayout(consoleLayout);
     auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 

@@ -4,6 +4,8 @@
 #include "processors/abstractcommandprocessor.h"
 #include "tools/instrument-sim/httpreplyserver.h"
 
+#include <QAbstractTextDocumentLayout>
+#include <QFile>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
@@ -20,6 +22,7 @@ class TestConsole : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
     void chunks_data();
@@ -28,6 +31,7 @@ private slots:
     void unbrokenMegabytes();
     void scrollsToTheEnd();
     void keepsNoUndoHistory();
+    void laidOutAsRichText();
     void manyLinesInOneReply();
 
 private:
@@ -37,6 +41,15 @@ private:
     AbstractCommandProcessor *processor = nullptr;
     QTextEdit *console = nullptr;
 };
+
+// The application's own style sheet, with the console's pixel font, as the program applies it
+// before its window exists.
+void TestConsole::initTestCase()
+{
+    QFile styleSheet(":/styleSheet.qss");
+    QVERIFY(styleSheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+}
 
 void TestConsole::init()
 {
@@ -172,6 +185,34 @@ void TestConsole::keepsNoUndoHistory()
         feed(QString("\rProg %1%").arg(percent));
     QCOMPARE(console->document()->availableUndoSteps(), 0);
     QCOMPARE(console->toPlainText(), "start\nProg 100%");
+}
+
+// The console lays its text out itself, for speed; it must stand where the toolkit's rich-text
+// layout put it, line for line and pixel for pixel, after every chunk.
+void TestConsole::laidOutAsRichText()
+{
+    continuePastHelpScreen();
+    OstrelRecovery richText {QString()};
+    richText.setWindowState(Qt::WindowNoState);
+    richText.show();
+    auto *reference = richText.findChild<QTextEdit *>();
+    reference->document()->setDocumentLayout(nullptr); // the document makes its own again
+    reference->document()->documentLayout()->setPaintDevice(reference->viewport());
+    QString around; // lines from well within the width to just over it
+    for (int length = 20; length < 60; ++length)
+        around += '\n' + QString(length, 'm');
+    for (const QString &chunk :
+         {QString("short\n\ttabbed\tline\n\n"), QString(300, 'w'), QString("\rProg 1%"),
+          QString::fromUtf8("\n\xe4\xb8\xad\xe6\x96\x87 \xf0\x9f\x98\x80\n"),
+          QString("line %1\n").repeated(40), QString("word ").repeated(90), around}) {
+        feed(chunk);
+        emit richText.findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
+        QCOMPARE(console->toPlainText(), reference->toPlainText());
+        QCOMPARE(console->verticalScrollBar()->maximum(),
+                 reference->verticalScrollBar()->maximum());
+        QCOMPARE(console->cursorRect(), reference->cursorRect());
+        QCOMPARE(console->viewport()->grab().toImage(), reference->viewport()->grab().toImage());
+    }
 }
 
 // One status reply of 600 000 short lines from the instrument, through the HTTP back end into the
