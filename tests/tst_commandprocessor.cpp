@@ -338,14 +338,17 @@ void TestCommandProcessor::waitBound()
 
 void TestCommandProcessor::cancel()
 {
-    onRun("backup", "printf 'Exporting\\n'; await never");
+    // Asked to end, the tool may still say goodbye; killed, it could not.
+    onRun("backup",
+          "trap 'printf \"Cancelled\\\\n\"; exit 1' TERM; printf 'Exporting\\n'; await never");
     auto processor = fakeToolProcessor();
     SignalRecorder recorder(processor.get());
     processor->backUp();
     QTRY_COMPARE(responses(recorder), QStringList {"response: Exporting\\n"});
     processor->cancel();
     QVERIFY(ChildProcesses::settle());
-    QCOMPARE(responses(recorder), QStringList({"response: Exporting\\n", Finished}));
+    QCOMPARE(responses(recorder),
+             QStringList({"response: Exporting\\n", "response: Cancelled\\n", Finished}));
     QCOMPARE(identities(recorder).size(), 1);
     QVERIFY(!processor->isBusy());
 
