@@ -219,6 +219,8 @@ void TestDialogs::resetSelected()
     QCOMPARE(boxes,
              QStringList({"Factory", "User", "System", "Internal", "Network", "Slot A Count",
                           "Slot B Count"}));
+    // The boxes framed together, the button below them.
+    QCOMPARE(menu.layout()->itemAt(0)->widget()->findChildren<QCheckBox *>().size(), 7);
     auto *button = qobject_cast<QPushButton *>(menu.layout()->itemAt(1)->widget());
     QCOMPARE(button->text() + QString::number(button->maximumHeight()), "RESET SELECTED48");
 
