@@ -6,26 +6,54 @@
 #include "tools/instrument-sim/httpreplyserver.h"
 #include "tools/instrument-sim/instrumentsimulator.h"
 
+#include <QElapsedTimer>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <map>
 #include <memory>
+#include <mutex>
 
-// The same operations through every back end, side by side: what the console and the panels
-// receive. Requests that one operation sends at once may be answered in any order, and the local
-// back end's identify runs race its command runs, so the events of each operation are compared
-// sorted, and an identity is compared only where it was asked for (the one that follows a boot
-// order change may come from before or after the change).
-// The streaming operations are held to their output in each back end's own test.
+// The back ends through the signals that the console and the panels receive: the same operations
+// through all three side by side, then what only one of them does. The local back end runs the
+// simulated instrument as its tool there, and the fake tool in tests/ in its own tests: that one
+// notes its arguments in the folder's "calls" file and does what the test wrote for its command.
+// Neither the real tool nor the real reboot command is ever started.
 class TestBackEnds : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init();
+    void cleanup();
     void scenario_data();
     void scenario();
     void simulated_data();
     void simulated();
+    void http_data();
+    void http();
+    void httpTeardownInFlight();
+    void local_data();
+    void local();
+    void localChunks_data();
+    void localChunks();
+    void localDropsWhileRunning();
+    void localActiveSlot_data();
+    void localActiveSlot();
+    void localMissingTool();
+    void localWaitBound();
+    void localTeardownWhileRunning();
+
+private:
+    void onRun(const QString &command, const QByteArray &script);
+    void release(const QString &name) { onRun(name, QByteArray()); }
+    // The fake tool's runs, without the identify runs, whose place depends on timing.
+    QStringList calls() const;
+
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<CommandProcessor> processor; // with the fake tool
+    SignalRecorder *recorder = nullptr; // a child of the back end
 };
 
 namespace {
@@ -34,7 +62,10 @@ const QString Start = "identity: B-first B:3 A:2 usb: USB0 USB1";
 const QString Refreshed = "response: Identity refreshed.\\n";
 const QString Finished = "response: \\nCommand Finished.\\n";
 
-// Each operation's events, sorted, then joined as "operation: event | event".
+// Each operation's events, sorted, then joined as "operation: event | event". Requests sent at
+// once may be answered in any order, and the local back end's identify runs race its command
+// runs; an identity is kept only where it was asked for (the one that follows a boot order change
+// may come from before or after the change).
 QStringList run(AbstractCommandProcessor *processor, const QStringList &operations)
 {
     SignalRecorder recorder(processor);
@@ -56,7 +87,78 @@ QStringList run(AbstractCommandProcessor *processor, const QStringList &operatio
     return runs;
 }
 
+QStringList only(const SignalRecorder *recorder, const QString &kind)
+{
+    return recorder->events.filter(QRegExp("^" + kind + ": "));
+}
+
+// An instrument with canned replies, each written "path code body" ("drop" for a connection that
+// breaks after part of the body). A path's last reply repeats; other paths get 404.
+class CannedInstrument
+{
+public:
+    CannedInstrument(const QString &address, const QList<QByteArray> &replies)
+        : server([this](const std::string &path) { return respond(path); })
+    {
+        for (const QByteArray &reply : replies) {
+            const int code = reply.indexOf(' '), body = reply.indexOf(' ', code + 1);
+            const QByteArray status = reply.mid(code + 1, body - code - 1);
+            queues[reply.left(code).toStdString()]
+                    << HttpReply {status == "drop" ? 200 : status.toInt(),
+                                  reply.mid(body + 1).toStdString(), status == "drop"};
+        }
+        started = server.start(address.toStdString());
+    }
+    // Sorted: requests sent at once race each other, so their order of arrival means nothing.
+    QStringList requests()
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        QStringList sorted = received;
+        sorted.sort();
+        return sorted;
+    }
+    bool started = false;
+
+private:
+    HttpReply respond(const std::string &path)
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        received << QString::fromStdString(path);
+        QList<HttpReply> &queue = queues[path];
+        if (queue.isEmpty())
+            return {404, "Not found\n"};
+        return queue.size() > 1 ? queue.takeFirst() : queue.first();
+    }
+
+    std::mutex mutex;
+    QStringList received;
+    std::map<std::string, QList<HttpReply>> queues;
+    HttpReplyServer server;
+};
+
+QStringList polls(const QString &operation, int count)
+{
+    return QStringList {operation} + QVector<QString>(count, "status").toList();
+}
+
 } // namespace
+
+void TestBackEnds::init()
+{
+    folder = std::make_unique<QTemporaryDir>();
+    qputenv("FAKE_TOOL_DIR", QFile::encodeName(folder->path()));
+    processor = std::make_unique<CommandProcessor>(FAKE_TOOL, FAKE_REBOOT, 20000, nullptr);
+    recorder = new SignalRecorder(processor.get());
+}
+
+// Nothing that a test started may outlive it, or its end would land in the next test.
+void TestBackEnds::cleanup()
+{
+    release("go");
+    QVERIFY(ChildProcesses::settle());
+    processor.reset();
+    folder.reset();
+}
 
 void TestBackEnds::scenario_data()
 {
@@ -127,34 +229,29 @@ void TestBackEnds::scenario()
 
     // A fresh instrument and address for every row.
     static int rows = 0;
-    const QString address = QString("127.0.13.%1").arg(++rows);
+    const QString address = QString("127.0.23.%1").arg(++rows);
     InstrumentSimulator simulator;
     HttpReplyServer server(
             [&simulator](const std::string &path) { return simulator.respond(path); });
     QVERIFY(server.start(address.toStdString()));
-    HttpCommandProcessor processor(address, nullptr);
-    QCOMPARE(run(&processor, operations), http);
+    HttpCommandProcessor httpBackEnd(address, nullptr);
+    QCOMPARE(run(&httpBackEnd, operations), http);
 
-    // A fresh instrument for the tool too; the simulated instrument stands in for reboot as well.
-    QTemporaryDir folder;
-    qputenv("FAKE_TOOL_DIR", QFile::encodeName(folder.path()));
+    // The simulated instrument stands in for reboot as well.
     CommandProcessor tool(SIMULATED_TOOL, SIMULATED_TOOL, 20000, nullptr);
     QCOMPARE(run(&tool, operations), local);
 }
 
-// What only the simulated instrument does: everything inside the call, busy or not.
+// What only the simulated instrument does: everything inside the call.
 void TestBackEnds::simulated_data()
 {
-    QTest::addColumn<QStringList>("operations");
+    QTest::addColumn<QString>("operation");
     QTest::addColumn<QStringList>("events");
 
     const QString transfer
             = "\\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
-    const QString start = "identity: B-first B:3 A:2 usb: USB0 USB1";
-    const QString ejected = "identity: B-first B:3 A:2 usb:";
-
-    QTest::newRow("backUp: eight console chunks, nothing else")
-            << QStringList {"backUp"}
+    QTest::newRow("export: eight console chunks, nothing else")
+            << "backUp"
             << QStringList {"response: Export without carriage\\n",
                             "response: Prog 0%",
                             "response: Prog 100%",
@@ -163,45 +260,325 @@ void TestBackEnds::simulated_data()
                             "response: \\rProg 100%",
                             "response: \\nMultiple carriage in one string\\n",
                             "response: " + transfer.repeated(4)};
-    QTest::newRow("identify") << QStringList {"identify"} << QStringList {start};
-    QTest::newRow("reboot") << QStringList {"reboot"} << QStringList {"response: RebootCalled"};
-    QTest::newRow("installSoftware") << QStringList {"installSoftware"}
-                                     << QStringList {"response: Install Software requested"};
-    QTest::newRow("setBootOrder A swaps the slots")
-            << QStringList {"setBootOrder A"}
-            << QStringList {"identity: A-first A:2 B:3 usb: USB0 USB1"};
-    QTest::newRow("setBootOrder B swaps even when B is already first")
-            << QStringList {"setBootOrder B"}
-            << QStringList {"identity: B-first A:2 B:3 usb: USB0 USB1"};
-    QTest::newRow("two swaps restore the first order")
-            << QStringList {"setBootOrder A", "setBootOrder B"}
-            << QStringList {"identity: A-first A:2 B:3 usb: USB0 USB1", start};
-    QTest::newRow("reset changes nothing, reports nothing")
-            << QStringList {"reset:",
-                            "reset: factory, user, system, internal, network, slot a count, "
-                            "slot b count",
-                            "identify"}
-            << QStringList {start};
-    QTest::newRow("cancel reports idle with nothing running")
-            << QStringList {"cancel"} << QStringList {"busy: false"};
-    QTest::newRow("eject removes every stick, for good")
-            << QStringList {"ejectUSB", "ejectUSB", "identify"}
-            << QStringList {ejected, ejected, ejected};
+    QTest::newRow("install") << "installSoftware"
+                             << QStringList {"response: Install Software requested"};
+    QTest::newRow("boot order B swaps even when B is first")
+            << "setBootOrder B" << QStringList {"identity: B-first A:2 B:3 usb: USB0 USB1"};
+    QTest::newRow("cancel reports idle") << "cancel" << QStringList {"busy: false"};
 }
 
 void TestBackEnds::simulated()
 {
-    QFETCH(QStringList, operations);
+    QFETCH(QString, operation);
     QFETCH(QStringList, events);
 
-    FakeCommandProcessor processor(nullptr);
-    SignalRecorder recorder(&processor);
-    for (const QString &operation : operations) {
-        QVERIFY(SignalRecorder::perform(&processor, operation));
-        QVERIFY(!processor.isBusy());
-    }
+    FakeCommandProcessor fake(nullptr);
+    SignalRecorder reports(&fake);
+    QVERIFY(SignalRecorder::perform(&fake, operation));
+    QVERIFY(!fake.isBusy());
     // Everything arrives inside the calls: nothing is left for the event loop.
-    QCOMPARE(recorder.events, events);
+    QCOMPARE(reports.events, events);
+}
+
+// What only the HTTP back end does: status polling and its end, failed and odd replies, the
+// identity document's place in a reply, and replies outliving the back end.
+void TestBackEnds::http_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QList<QByteArray>>("replies");
+    QTest::addColumn<QString>("console"); // every response, joined; HOST stands for the address
+    QTest::addColumn<QString>("identity");
+    QTest::addColumn<QStringList>("requests");
+
+    const QString error = "Connection error to HOST.\n";
+    const QByteArray document = R"({"slotOrder": ["A", "B"], "slotCount": [4, 1], "usb": [{}]})";
+    const QString defaults = "B-first B:0 A:0 usb:";
+    using Replies = QList<QByteArray>;
+
+    QTest::newRow("install: polled until Finished")
+            << "installSoftware"
+            << Replies {"ops/install 200 ", "status 200 Prog 0%\r", "status 200 Prog 50%\r",
+                        "status 200 Prog 100%\nFinished.\n"}
+            << "Prog 0%\rProg 50%\rProg 100%\nFinished.\n"
+            << QString() << polls("ops/install", 3);
+    QTest::newRow("export: nothing running ends it at once")
+            << "backUp" << Replies {"ops/backup 200 ", "status 200 No active process.\n"}
+            << "No active process.\n"
+            << QString() << polls("ops/backup", 1);
+    QTest::newRow("empty pieces are polled on, Finished not at the end goes on")
+            << "installSoftware"
+            << Replies {"ops/install 200 ", "status 200 ", "status 200 Finished.\nmore",
+                        "status 200 Finished.", "status 200 Finished.\n"}
+            << "Finished.\nmoreFinished.Finished.\n"
+            << QString() << polls("ops/install", 4);
+    QTest::newRow("NUL hides the text but the raw end counts")
+            << "installSoftware"
+            << Replies {"ops/install 200 ", QByteArray("status 200 a\0b", 14),
+                        QByteArray("status 200 c\0Finished.\n", 23)}
+            << "ac" << QString() << polls("ops/install", 2);
+    QTest::newRow("a dropped poll ends it")
+            << "installSoftware"
+            << Replies {"ops/install 200 ", "status 200 Prog 0%\r", "status drop Prog 50%"}
+            << "Prog 0%\r" + error << QString() << polls("ops/install", 2);
+    QTest::newRow("invalid UTF-8 is shown, not dropped")
+            << "installSoftware"
+            << Replies {"ops/install 200 ", "status 200 caf\xc3\n", "status 200 \xff\nFinished.\n"}
+            << "caf\uFFFD\n\uFFFD\nFinished.\n"
+            << QString() << polls("ops/install", 2);
+    QTest::newRow("text reply: NUL ends it, status words do not poll")
+            << "cancel" << Replies {QByteArray("cancel 200 Prog\r\0ped\n", 21)} << "Prog\r"
+            << QString() << QStringList {"cancel"};
+    QTest::newRow("404 shows no body")
+            << "reboot" << Replies() << error << QString() << QStringList {"reboot"};
+    QTest::newRow("larger than any real reply")
+            << "reboot"
+            << Replies {"reboot 200 "
+                        + QByteArray(HttpCommandProcessor::MaximumBodySize + 1024 * 1024, 'x')}
+            << error << QString() << QStringList {"reboot"};
+    QTest::newRow("reset items as they stand, one naming no slot skipped first")
+            << "reset: count, Slot A Count, a/b" << Replies()
+            << "Reset item \"count\" names no slot; skipped.\n" + error + error << QString()
+            << QStringList {"ops/reset/Slot A Count", "ops/reset/a/b"};
+    QTest::newRow("identity: log lines, then the document")
+            << "identify" << Replies {"ops/identify 200 identify: ready\n" + document}
+            << "Identity refreshed.\n"
+            << "A-first A:4 B:1 usb: --" << QStringList {"ops/identify"};
+    QTest::newRow("identity: a trailing line feed leaves an empty document")
+            << "identify" << Replies {"ops/identify 200 " + document + "\n"}
+            << "Identity refreshed.\n"
+            << defaults << QStringList {"ops/identify"};
+    QTest::newRow("identity: not JSON")
+            << "identify" << Replies {"ops/identify 200 <html>"} << "Identity refreshed.\n"
+            << defaults << QStringList {"ops/identify"};
+    QTest::newRow("identity: failed") << "identify" << Replies {"ops/identify 500 " + document}
+                                      << error << QString() << QStringList {"ops/identify"};
+}
+
+void TestBackEnds::http()
+{
+    QFETCH(QString, operation);
+    QFETCH(QList<QByteArray>, replies);
+    QFETCH(QString, console);
+    QFETCH(QString, identity);
+    QFETCH(QStringList, requests);
+
+    // A fresh address for each instrument, so that no connection of a row before is reused.
+    static int rows = 0;
+    const QString address = QString("127.0.22.%1").arg(++rows);
+    CannedInstrument instrument(address, replies);
+    QVERIFY(instrument.started);
+    HttpCommandProcessor http(address, nullptr);
+    SignalRecorder events(&http);
+    QVERIFY(SignalRecorder::perform(&http, operation));
+    QVERIFY(QTest::qWaitFor([&] { return !http.isBusy() && events.events.endsWith("busy: false"); },
+                            20000));
+
+    QCOMPARE(events.events.filter(QRegExp("^response: ")).join("").remove("response: "),
+             SignalRecorder::visible(console).replace("HOST", address));
+    QCOMPARE(events.events.filter(QRegExp("^identity: ")).join("").remove("identity: "), identity);
+    QCOMPARE(instrument.requests(), requests);
+    // A report for each request sent and each reply deleted, idle only at the very end: each poll
+    // goes out before the reply that asked for it is deleted.
+    QCOMPARE(events.events.filter("busy: ").size(), 2 * requests.size());
+    QCOMPARE(events.events.count("busy: false"), 1);
+}
+
+// Replies still in flight when the back end goes are deleted with it; none of them may report to
+// a receiver then, since that receiver is normally the window being torn down around it.
+void TestBackEnds::httpTeardownInFlight()
+{
+    QTcpServer silent; // accepts connections and never answers
+    QVERIFY(silent.listen(QHostAddress("127.0.21.2"), 8080));
+    auto *backEnd = new HttpCommandProcessor("127.0.21.2", nullptr);
+    backEnd->installSoftware();
+    backEnd->ejectUSB();
+    QVERIFY(QTest::qWaitFor([&] { return silent.hasPendingConnections(); }));
+    int reports = 0;
+    QObject receiver;
+    connect(backEnd, &AbstractCommandProcessor::isBusyChanged, &receiver, [&] { ++reports; });
+    connect(backEnd, &AbstractCommandProcessor::responseReceived, &receiver, [&] { ++reports; });
+    QVERIFY(backEnd->isBusy());
+    delete backEnd;
+    QCOMPARE(reports, 0);
+}
+
+// What only the local back end does, against the fake tool.
+void TestBackEnds::onRun(const QString &command, const QByteArray &script)
+{
+    QFile file(folder->filePath(command));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(script);
+}
+
+QStringList TestBackEnds::calls() const
+{
+    QFile file(folder->filePath("calls"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+    lines.removeAll("[identify]");
+    return lines;
+}
+
+void TestBackEnds::local_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QStringList>("expectedCalls");
+    QTest::addColumn<QString>("events");
+
+    // Busy only while a command runs; one identify once the commands are done.
+    const QString run = "busy: false | busy: true | busy: false | " + Finished + " | ";
+    const QString identity = "identity: B-first B:0 A:0 usb:";
+    QTest::newRow("install") << "installSoftware" << QStringList {"[install]"} << run + identity;
+    QTest::newRow("export") << "backUp" << QStringList {"[backup]"} << run + identity;
+    QTest::newRow("boot order out of range: B")
+            << "setBootOrder 7" << QStringList {"[reset][boot][order][B]"} << run + identity;
+    QTest::newRow("reset words, in list order")
+            << "reset: factory count, slot  a count, discount, , Slot A Count"
+            << QStringList {"[reset][boot][count][COUNT]", "[reset][boot][count][]", "[reset][]",
+                            "[reset][Slot A Count]"}
+            << run + run + "response: Reset item \"discount\" names no slot; skipped.\\n | " + run
+                    + run + identity;
+    QTest::newRow("identify is not busy") << "identify" << QStringList() << identity;
+    QTest::newRow("reset of nothing") << "reset:" << QStringList() << QString();
+    QTest::newRow("cancel with nothing running") << "cancel" << QStringList() << QString();
+}
+
+void TestBackEnds::local()
+{
+    QFETCH(QString, operation);
+    QFETCH(QStringList, expectedCalls);
+    QFETCH(QString, events);
+
+    QVERIFY(SignalRecorder::perform(processor.get(), operation));
+    QVERIFY(ChildProcesses::settle());
+    QCOMPARE(calls(), expectedCalls);
+    QCOMPARE(recorder->events.join(" | "), events);
+}
+
+void TestBackEnds::localChunks_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<bool>("cancelled");
+    QTest::addColumn<QStringList>("expectedResponses");
+
+    QTest::newRow("one line in two pieces")
+            << QByteArray("printf 'Copy'; await 1; printf 'ing\\r100%%\\r'") << false
+            << QStringList {"response: Copy", "response: ing\\r100%\\r"};
+    QTest::newRow("a zero byte ends its chunk")
+            << QByteArray("printf 'ab\\000cd'; await 1; printf 'Gr\\303\\274\\303\\237e'") << false
+            << QStringList {"response: ab", "response: Grüße"};
+    // Asked to end, the tool may still say goodbye; killed, it could not.
+    QTest::newRow("cancel asks the tool to end")
+            << QByteArray(
+                       "trap 'printf Cancelled; exit 1' TERM; printf 'Exporting\\n'; await never")
+            << true << QStringList {"response: Exporting\\n", "response: Cancelled"};
+}
+
+// Each piece that the tool prints goes out on its own; the next is printed once it has arrived.
+void TestBackEnds::localChunks()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(bool, cancelled);
+    QFETCH(QStringList, expectedResponses);
+
+    onRun("backup", script);
+    processor->backUp();
+    QTRY_COMPARE(only(recorder, "response"), expectedResponses.mid(0, 1));
+    if (cancelled)
+        processor->cancel();
+    else
+        release("1");
+    QVERIFY(ChildProcesses::settle());
+    QCOMPARE(only(recorder, "response"), expectedResponses + QStringList {Finished});
+}
+
+void TestBackEnds::localDropsWhileRunning()
+{
+    onRun("backup", "await go");
+    processor->backUp();
+    QTRY_VERIFY(processor->isBusy());
+    recorder->events.clear();
+    for (const char *operation : {"backUp", "installSoftware", "ejectUSB", "setBootOrder A",
+                                  "reset: factory", "reset: count", "reboot"})
+        QVERIFY(SignalRecorder::perform(processor.get(), operation));
+    QCOMPARE(recorder->events, QStringList());
+    release("go");
+    QVERIFY(ChildProcesses::settle());
+    QCOMPARE(calls(), QStringList {"[backup]"});
+}
+
+void TestBackEnds::localActiveSlot_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QString>("expectedSlot");
+
+    QTest::newRow("no identify yet") << QByteArray() << "A";
+    QTest::newRow("slot B first") << QByteArray(R"({"slotOrder": ["B", "A"]})") << "B";
+    QTest::newRow("lower case as it stands") << QByteArray(R"({"slotOrder": ["b", "a"]})") << "b";
+    QTest::newRow("a line before the document")
+            << QByteArray("identify: ok\n{\"slotOrder\": [\"B\", \"A\"]}") << "";
+}
+
+// reboot() resets the boot count of the slot that the last identify named first.
+void TestBackEnds::localActiveSlot()
+{
+    QFETCH(QByteArray, document);
+    QFETCH(QString, expectedSlot);
+
+    if (!document.isEmpty()) {
+        onRun("identify", "printf '%s' '" + document + "'");
+        processor->identify();
+        QVERIFY(ChildProcesses::settle());
+    }
+    processor->reboot();
+    QVERIFY(ChildProcesses::settle());
+    QCOMPARE(calls(), QStringList({"[reset][boot][count][" + expectedSlot + "]", "reboot"}));
+}
+
+// No output, no closing line and no identity: only the start that did not happen.
+void TestBackEnds::localMissingTool()
+{
+    CommandProcessor missing(folder->filePath("no-such-tool"), FAKE_REBOOT, 20000, nullptr);
+    SignalRecorder events(&missing);
+    missing.backUp();
+    QVERIFY(ChildProcesses::settle());
+    missing.identify();
+    QVERIFY(ChildProcesses::settle());
+    missing.reset({"factory", "user"});
+    QCOMPARE(events.events, QStringList(QVector<QString>(6, "busy: false").toList()));
+}
+
+// A run that outlives the wait is left alone; what depended on it does not happen.
+void TestBackEnds::localWaitBound()
+{
+    onRun("reset", "if [ \"$2\" != user ]; then await go; fi");
+    CommandProcessor waiting(FAKE_TOOL, FAKE_REBOOT, 300, nullptr);
+    QElapsedTimer timer;
+    timer.start();
+    waiting.reboot();
+    QVERIFY(timer.elapsed() >= 300);
+    QVERIFY(waiting.isBusy());
+    release("go");
+    QVERIFY(ChildProcesses::settle());
+    QCOMPARE(calls(), QStringList {"[reset][boot][count][A]"});
+}
+
+// The window goes, and its back end with it, while both runs are still going. Under
+// AddressSanitizer a handler that ran now would write into the freed text of the active slot.
+void TestBackEnds::localTeardownWhileRunning()
+{
+    onRun("identify", R"(printf '{"slotOrder": ["B", "A"]}'; await never)");
+    onRun("backup", "await never");
+    processor->backUp();
+    processor->identify();
+    QTRY_COMPARE(ChildProcesses::count(), 2);
+    const std::unique_ptr<SignalRecorder> kept(recorder);
+    kept->setParent(nullptr);
+    kept->events.clear();
+    processor.reset();
+    QCOMPARE(kept->events, QStringList());
+    QCOMPARE(ChildProcesses::count(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestBackEnds)
