@@ -347,9 +347,6 @@ void TestBackEnds::http_data()
             << "identify" << Replies {"ops/identify 200 " + document + "\n"}
             << "Identity refreshed.\n"
             << defaults << QStringList {"ops/identify"};
-    QTest::newRow("identity: not JSON")
-            << "identify" << Replies {"ops/identify 200 <html>"} << "Identity refreshed.\n"
-            << defaults << QStringList {"ops/identify"};
     QTest::newRow("identity: failed") << "identify" << Replies {"ops/identify 500 " + document}
                                       << error << QString() << QStringList {"ops/identify"};
 }

@@ -1,22 +1,37 @@
 #include "app/ostrelrecovery.h"
 #include "continuepasthelp.h"
+#include "dialogs/bootmenu.h"
+#include "dialogs/helpmessagerebootmenu.h"
+#include "dialogs/resetmenu.h"
+#include "dialogs/statuswidget.h"
 #include "findwidget.h"
 #include "processors/abstractcommandprocessor.h"
+#include "tools/instrument-sim/httpreplyserver.h"
 
 #include <QAbstractButton>
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QCheckBox>
 #include <QDateTime>
 #include <QDir>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLayout>
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QScrollBar>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextEdit>
+#include <QTextLayout>
+#include <QTimer>
 
 #include <memory>
+
+Q_DECLARE_METATYPE(OstrelIdentity)
 
 namespace {
 // Nothing listens there: every request fails at once with a refused connection.
@@ -40,6 +55,12 @@ std::unique_ptr<OstrelRecovery> shownWindow(const QString &hostName)
     return window;
 }
 
+// A chunk of output, as a back end delivers it.
+void feed(const OstrelRecovery *window, const QString &chunk)
+{
+    emit window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
+}
+
 // The buttons that can be pressed, the USB label and the console, as the user sees them.
 QString screen(const OstrelRecovery *window)
 {
@@ -55,6 +76,58 @@ QString screen(const OstrelRecovery *window)
             window->findChild<QTextEdit *>()->toPlainText()}
             .join(" | ");
 }
+std::unique_ptr<QWidget> make(const QString &screen)
+{
+    if (screen == "reset")
+        return std::make_unique<Resetmenu>(nullptr);
+    if (screen == "boot order")
+        return std::make_unique<BootMenu>(nullptr);
+    if (screen == "help")
+        return std::make_unique<HelpMessageRebootMenu>(nullptr);
+    return std::make_unique<StatusWidget>("Status", nullptr);
+}
+
+// A screen's layout in one line: its items in order, a box's contents in braces, a grid cell
+// with its place and span, and a button's fixed height, a stretch and a centring where set.
+QString describe(const QLayout *layout)
+{
+    QStringList items;
+    for (int index = 0; index < layout->count(); ++index) {
+        const QWidget *widget = layout->itemAt(index)->widget();
+        QString item;
+        if (auto *grid = qobject_cast<const QGridLayout *>(layout)) {
+            int row, column, rows, columns;
+            grid->getItemPosition(index, &row, &column, &rows, &columns);
+            item = QString("%1,%2 %3x%4 ").arg(row).arg(column).arg(rows).arg(columns);
+        }
+        if (auto *label = qobject_cast<const QLabel *>(widget)) {
+            const QSize logo = label->pixmap(Qt::ReturnByValue).size();
+            item += label->text().isEmpty()
+                    ? QString("logo %1x%2").arg(logo.width()).arg(logo.height())
+                    : label->text() + (label->wordWrap() ? " (wraps)" : "");
+        } else if (auto *button = qobject_cast<const QAbstractButton *>(widget)) {
+            item += "[" + button->text() + "]";
+            if (qobject_cast<const QPushButton *>(button))
+                item += QString(" %1").arg(button->height());
+        } else if (auto *box = qobject_cast<const QGroupBox *>(widget)) {
+            item += box->title() + "{" + describe(box->layout()) + "}";
+        }
+        if (auto *box = qobject_cast<const QBoxLayout *>(layout); box && box->stretch(index))
+            item += QString(" stretch %1").arg(box->stretch(index));
+        if (layout->itemAt(index)->alignment() == Qt::AlignCenter)
+            item += " centred";
+        items << item.replace('\t', "\\t").replace('\n', "\\n");
+    }
+    return items.join(" | ");
+}
+
+OstrelIdentity withSlots(const QList<OstrelIdentity::SlotInfo> &slotList)
+{
+    OstrelIdentity identity;
+    identity.slotList = slotList;
+    return identity;
+}
+
 } // namespace
 
 class TestOstrelRecovery : public QObject
@@ -62,7 +135,7 @@ class TestOstrelRecovery : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(silent.listen(QHostAddress(Silent), 8080)); }
+    void initTestCase();
     void layout();
     void wiring_data();
     void wiring();
@@ -72,10 +145,33 @@ private slots:
     void screenshotFolder_data();
     void screenshotFolder();
     void screenshots();
+    void chunks_data();
+    void chunks();
+    void wrappedLine_data();
+    void wrappedLine();
+    void laidOutAsRichText();
+    void manyLinesInOneReply();
+    void screens_data();
+    void screens();
+    void helpScreenFirst();
+    void resetSelected_data();
+    void resetSelected();
+    void slotPanels_data();
+    void slotPanels();
 
 private:
     QTcpServer silent;
 };
+
+// The application's own style sheet, with the console's pixel font, as the program applies it
+// before its window exists.
+void TestOstrelRecovery::initTestCase()
+{
+    QVERIFY(silent.listen(QHostAddress(Silent), 8080));
+    QFile styleSheet(":/styleSheet.qss");
+    QVERIFY(styleSheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+}
 
 // Status top left, Commands beside it; Console bottom left, USB Device beside it.
 // The host in the title as given, and full screen on the instrument.
@@ -304,6 +400,333 @@ void TestOstrelRecovery::screenshots()
                      || pictures.first() == "screenshot_" + after + ".png",
              qPrintable(pictures.first()));
     QCOMPARE(QImage(pictures.first()).size(), QSize(1280, 800));
+}
+
+// The console, as the back ends feed it.
+void TestOstrelRecovery::chunks_data()
+{
+    QTest::addColumn<QStringList>("chunks");
+    QTest::addColumn<QString>("text");
+
+    const QString transfer = "     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
+    QTest::newRow("chunks without carriage return join up")
+            << QStringList {"Prog 0%", "Prog 100%\n"} << "Prog 0%Prog 100%\n";
+    QTest::newRow("progress redrawn by the next chunk")
+            << QStringList {"done\n", "Prog 0%", "\rProg 100%"} << "done\nProg 100%";
+    QTest::newRow("carriage return on an empty last line erases nothing")
+            << QStringList {"a\n", "\rb"} << "a\nb";
+    QTest::newRow("only the text after the last carriage return stays")
+            << QStringList {"keep\nold", "new\rmid\rlast", ('\r' + transfer).repeated(4)}
+            << "keep\n" + transfer;
+    QTest::newRow("trailing carriage return blanks the line")
+            << QStringList {"a\nline", "\r"} << "a\n";
+    QTest::newRow("carriage return before line feed is not one line end")
+            << QStringList {"a\nline\r\nnext"} << "a\n\nnext";
+    QTest::newRow("empty chunks, lone carriage returns")
+            << QStringList {"\r", QString(), "\r\r\r"} << QString();
+    QTest::newRow("markup and NUL are text like any other")
+            << QStringList {QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n"}
+            << QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n";
+    QStringList progress {"start\n"};
+    for (int percent = 0; percent <= 100; ++percent)
+        progress << QString("\rProg %1%").arg(percent);
+    QTest::newRow("many redraws") << progress << "start\nProg 100%";
+    QTest::newRow("many lines, then one more")
+            << QStringList {QString("line\n").repeated(100), "more\n"}
+            << QString("line\n").repeated(100) + "more\n";
+}
+
+// Each chunk leaves the cursor and the view at the end, and nothing to undo: an undo stack would
+// keep every progress line the console ever overwrote. The last chunk finds the view scrolled
+// away; the scroll range must already know the height it adds, or the view would stop short once
+// the event loop has caught up.
+void TestOstrelRecovery::chunks()
+{
+    QFETCH(QStringList, chunks);
+    QFETCH(QString, text);
+    const auto window = shownWindow(QString());
+    auto *console = window->findChild<QTextEdit *>();
+    QScrollBar *scrollBar = console->verticalScrollBar();
+    for (const QString &chunk : chunks) {
+        scrollBar->setValue(0);
+        feed(window.get(), chunk);
+    }
+    QCOMPARE(console->toPlainText(), text);
+    QCOMPARE(scrollBar->value(), scrollBar->maximum());
+    QCoreApplication::processEvents();
+    QCOMPARE(scrollBar->value(), scrollBar->maximum());
+    QCOMPARE(console->textCursor().position(), console->document()->characterCount() - 1);
+    QCOMPARE(console->document()->availableUndoSteps(), 0);
+}
+
+void TestOstrelRecovery::wrappedLine_data()
+{
+    QTest::addColumn<QString>("line");
+    QString words;
+    for (int word = 0; word < 200; ++word)
+        words += QString("word%1 ").arg(word, 4, 10, QLatin1Char('0'));
+    QTest::newRow("words") << words;
+    // Laid out with a search for word boundaries, two unbroken megabytes took minutes, far more
+    // under the sanitizers; the CTest timeout of this test catches that hang.
+    QTest::newRow("two unbroken megabytes") << QString(2000000, 'x');
+}
+
+// A carriage return erases only the last display line of a wrapped line.
+void TestOstrelRecovery::wrappedLine()
+{
+    QFETCH(QString, line);
+    const auto window = shownWindow(QString());
+    auto *console = window->findChild<QTextEdit *>();
+    feed(window.get(), "before\n" + line);
+    const QTextLayout *layout = console->document()->lastBlock().layout();
+    QVERIFY2(layout->lineCount() > 2, "the line must wrap for this test");
+    const int lastLineStart = layout->lineAt(layout->lineCount() - 1).textStart();
+    feed(window.get(), "\rnew");
+    QCOMPARE(console->toPlainText(), "before\n" + line.left(lastLineStart) + "new");
+}
+
+// The console lays its text out itself, for speed; it must stand where the toolkit's rich-text
+// layout put it, line for line and pixel for pixel, after every chunk.
+void TestOstrelRecovery::laidOutAsRichText()
+{
+    const auto window = shownWindow(QString());
+    auto *console = window->findChild<QTextEdit *>();
+    continuePastHelpScreen();
+    OstrelRecovery richText {QString()};
+    richText.setWindowState(Qt::WindowNoState);
+    richText.show();
+    auto *reference = richText.findChild<QTextEdit *>();
+    reference->document()->setDocumentLayout(nullptr); // the document makes its own again
+    reference->document()->documentLayout()->setPaintDevice(reference->viewport());
+    QString around; // lines from well within the width to just over it
+    for (int length = 20; length < 60; ++length)
+        around += '\n' + QString(length, 'm');
+    for (const QString &chunk :
+         {QString("short\n\ttabbed\tline\n\n"), QString(300, 'w'), QString("\rProg 1%"),
+          QString::fromUtf8("\n\xe4\xb8\xad\xe6\x96\x87 \xf0\x9f\x98\x80\n"),
+          QString("line %1\n").repeated(40), QString("word ").repeated(90), around}) {
+        feed(window.get(), chunk);
+        feed(&richText, chunk);
+        QCOMPARE(console->toPlainText(), reference->toPlainText());
+        QCOMPARE(console->verticalScrollBar()->maximum(),
+                 reference->verticalScrollBar()->maximum());
+        QCOMPARE(console->cursorRect(), reference->cursorRect());
+        QCOMPARE(console->viewport()->grab().toImage(), reference->viewport()->grab().toImage());
+    }
+}
+
+// One status reply of 600 000 short lines from the instrument, through the HTTP back end into the
+// window. The toolkit's rich-text layout froze the window for more than five minutes over it; the
+// CTest timeout of this test catches that.
+void TestOstrelRecovery::manyLinesInOneReply()
+{
+    constexpr int Lines = 600000;
+    std::string body;
+    for (int line = 0; line < Lines; ++line)
+        body += "x\n";
+    body += "Finished.\n";
+    HttpReplyServer server([&body](const std::string &path) {
+        return HttpReply {200, path == "status" ? body : std::string()};
+    });
+    QVERIFY(server.start("127.0.24.1"));
+    OstrelRecovery http("127.0.24.1");
+    http.show();
+    auto *install = find<QPushButton>(&http, "INSTALL SW");
+    QTRY_VERIFY(install->isEnabled());
+    QTest::mouseClick(install, Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(install->isEnabled(), 240000);
+    const QString text = http.findChild<QTextEdit *>()->toPlainText();
+    QVERIFY(text.endsWith("x\nx\nFinished.\n"));
+    QCOMPARE(text.count("x\n"), Lines);
+}
+
+// The dialogs and the status panel, each on its own.
+// What each screen shows; F12 asks for a picture of the screen alone, and no other key does
+// anything, so none closes a dialog.
+void TestOstrelRecovery::screens_data()
+{
+    QTest::addColumn<QString>("screen");
+    QTest::addColumn<QString>("layout");
+
+    const QString slot = "{Slot:\\t-- | Version:\\t-- | Count:\\t--}";
+    QTest::newRow("reset")
+            << "reset"
+            << "{[Factory] | [User] | [System] | [Internal] | [Network] | [Slot A Count] | "
+               "[Slot B Count]} | [RESET SELECTED] 48";
+    QTest::newRow("boot order") << "boot order"
+                                << "Boot First" + slot + " | [SWAP] 48 | Boot Second" + slot
+                    + " | [CLOSE] 48";
+    QTest::newRow("help")
+            << "help"
+            << "logo 289x63 centred | RECOVERY MODE | You may have entered this screen if a "
+               "previous boot was interrupted.\\n\\n Click REBOOT INSTRUMENT to restart. Click "
+               "CONTINUE TO RECOVERY MODE to proceed to Recovery Mode.\\n\\n If this screen "
+               "persists after rebooting, please consult the User Guide for details. (wraps) "
+               "stretch 200 | [REBOOT INSTRUMENT] 96 | [CONTINUE TO RECOVERY MODE] 96";
+    QTest::newRow("status panel")
+            << "status"
+            << "0,0 1x1 Model: -- | 0,1 1x1 Boot Version: -- | 0,2 1x1 Serial: -- | 1,0 1x1 IP "
+               "Address: -- | 1,1 1x1 Gateway: -- | 1,2 1x1 Subnet Mask: -- | 2,0 1x1 Recovery "
+               "Version: -- | 3,0 2x3 Options: -- (wraps) | 5,0 1x3 Boot First"
+                    + slot + " | 6,0 1x3 Boot Second" + slot;
+}
+
+void TestOstrelRecovery::screens()
+{
+    QFETCH(QString, screen);
+    QFETCH(QString, layout);
+
+    const auto widget = make(screen);
+    widget->show();
+    QVERIFY(QTest::qWaitForWindowExposed(widget.get()));
+    QCOMPARE(describe(widget->layout()), layout);
+    auto *dialog = qobject_cast<QDialog *>(widget.get());
+    if (!dialog)
+        return;
+    QSignalSpy screenshots(dialog, SIGNAL(screenshotRequested(QPixmap)));
+    for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_F11, Qt::Key_Return, Qt::Key_Enter})
+        QTest::keyClick(dialog, key);
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(screenshots.count(), 0);
+    QTest::keyClick(dialog, Qt::Key_F12, Qt::ShiftModifier);
+    QCOMPARE(screenshots.count(), 1);
+    QCOMPARE(screenshots.first().first().value<QPixmap>().size(), dialog->size());
+}
+
+// Without a host the window's constructor runs the help screen, frameless and at the window's
+// size, before the window is shown; its reboot requests and screenshots are already handled by
+// the window, and only CONTINUE goes on.
+void TestOstrelRecovery::helpScreenFirst()
+{
+    QTemporaryDir folder;
+    const QString previous = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(folder.path()));
+    const auto restore = qScopeGuard([&] { QDir::setCurrent(previous); });
+    bool sawScreen = false;
+    QTimer::singleShot(0, this, [&] {
+        auto *menu = qobject_cast<HelpMessageRebootMenu *>(QApplication::activeModalWidget());
+        QVERIFY(menu && !qobject_cast<QWidget *>(menu->parent())->isVisible());
+        QVERIFY(menu->windowFlags() & Qt::FramelessWindowHint);
+        QCOMPARE(menu->size(), QSize(1280, 800));
+        // The style sheet selects the dialog by its class name and the title by its object name.
+        for (QWidget *widget : menu->findChildren<QWidget *>())
+            QCOMPARE(widget->font().pixelSize(), widget->objectName() == "TitleLabel" ? 50 : 30);
+        find<QPushButton>(menu, "REBOOT INSTRUMENT")->click();
+        QVERIFY(menu->isVisible());
+        // The instrument build writes its pictures to the USB stick or the user data root.
+        if (!InstrumentBuild)
+            QTest::keyClick(menu, Qt::Key_F12);
+        sawScreen = true;
+        find<QPushButton>(menu, "CONTINUE TO RECOVERY MODE")->click();
+    });
+    OstrelRecovery window {QString()};
+    QVERIFY(sawScreen);
+    auto *console = window.findChild<QTextEdit *>();
+    if (InstrumentBuild) {
+        // The boot count first, awaited, then the stand-in for reboot.
+        QTRY_COMPARE(console->toPlainText(),
+                     "Boot count of slot A reset.\n\nCommand Finished.\n\nCommand Finished.\n");
+        return;
+    }
+    QCOMPARE(console->toPlainText(), "RebootCalled");
+    const QStringList pictures = QDir().entryList(QDir::Files);
+    QCOMPARE(pictures.size(), 1);
+    QCOMPARE(QImage(pictures.first()).size(), QSize(1280, 800));
+}
+
+void TestOstrelRecovery::resetSelected_data()
+{
+    QTest::addColumn<QStringList>("ticked");
+    QTest::addColumn<QStringList>("resetOptions");
+
+    QTest::newRow("box order, not tick order")
+            << QStringList {"Slot B Count", "User"} << QStringList {"user", "slot b count"};
+    QTest::newRow("all") << QStringList {"Network",  "Factory",      "User",        "System",
+                                         "Internal", "Slot A Count", "Slot B Count"}
+                         << QStringList {"factory", "user",         "system",      "internal",
+                                         "network", "slot a count", "slot b count"};
+    QTest::newRow("ticked twice is unticked: an empty list")
+            << QStringList {"User", "User"} << QStringList();
+}
+
+// Each press sends the ticked boxes and closes the dialog, which keeps its ticks for next time.
+void TestOstrelRecovery::resetSelected()
+{
+    QFETCH(QStringList, ticked);
+    QFETCH(QStringList, resetOptions);
+
+    Resetmenu menu(nullptr);
+    QCOMPARE(menu.windowTitle(), "RESET");
+    QVERIFY(menu.isModal());
+    QSignalSpy resets(&menu, &Resetmenu::resetInitiated);
+    QSignalSpy rejected(&menu, &QDialog::rejected);
+    menu.show();
+    for (const QString &text : ticked)
+        find<QCheckBox>(&menu, text)->click();
+    for (int showing = 1; showing <= 2; ++showing) {
+        menu.show();
+        QTest::mouseClick(find<QPushButton>(&menu, "RESET SELECTED"), Qt::LeftButton);
+        QCOMPARE(resets.count(), showing);
+        QCOMPARE(resets.last().first().toStringList(), resetOptions);
+        QVERIFY(!menu.isVisible());
+        QCOMPARE(rejected.count(), showing);
+    }
+}
+
+void TestOstrelRecovery::slotPanels_data()
+{
+    QTest::addColumn<OstrelIdentity>("identity");
+    QTest::addColumn<QString>("slotLines");
+
+    QTest::newRow("B boots first") << withSlots({{"B", "T1", 3}, {"A", "E1", 2}})
+                                   << "Slot:\\tB | Version:\\tT1 | Count:\\t3} / "
+                                      "{Slot:\\tA | Version:\\tE1 | Count:\\t2";
+    QTest::newRow("counts as they are, nothing read past the list")
+            << withSlots({{"A", "E1", -1}})
+            << "Slot:\\tA | Version:\\tE1 | Count:\\t-1} / {Slot:\\t-- | Version:\\t-- | "
+               "Count:\\t--";
+}
+
+// The panels of the boot order dialog and of the status panel show the slots in boot order,
+// replacing what they showed before. SWAP only asks; CLOSE closes.
+void TestOstrelRecovery::slotPanels()
+{
+    QFETCH(OstrelIdentity, identity);
+    QFETCH(QString, slotLines);
+
+    BootMenu menu(nullptr);
+    StatusWidget panel("Status", nullptr);
+    const auto slotsOf = [](const QWidget *screen) {
+        QStringList lines;
+        for (const QGroupBox *box : screen->findChildren<QGroupBox *>())
+            lines << describe(box->layout());
+        return lines.join("} / {");
+    };
+    menu.refreshBootOrder(withSlots({{"X", "old", 9}, {"Y", "old", 9}}));
+    menu.refreshBootOrder(identity);
+    QCOMPARE(slotsOf(&menu), slotLines);
+    identity.model = "VX4120A";
+    identity.options = "0102/0117/ 0135/";
+    panel.updateIdentity(withSlots({{"X", "old", 9}, {"Y", "old", 9}}));
+    panel.updateIdentity(identity);
+    QCOMPARE(slotsOf(&panel), slotLines);
+    // A space after every slash, so that the line can wrap between the codes.
+    QCOMPARE(describe(panel.layout()).section(" | 5,0", 0, 0),
+             "0,0 1x1 Model: VX4120A | 0,1 1x1 Boot Version:  | 0,2 1x1 Serial:  | 1,0 1x1 IP "
+             "Address:  | 1,1 1x1 Gateway:  | 1,2 1x1 Subnet Mask:  | 2,0 1x1 Recovery Version:  "
+             "| 3,0 2x3 Options: 0102/ 0117/  0135/  (wraps)");
+
+    QSignalSpy swaps(&menu, &BootMenu::bootOrderSwapped);
+    QSignalSpy rejected(&menu, &QDialog::rejected);
+    menu.show();
+    QTest::mouseClick(find<QPushButton>(&menu, "SWAP"), Qt::LeftButton);
+    QTest::mouseClick(find<QPushButton>(&menu, "SWAP"), Qt::LeftButton);
+    QVERIFY(menu.isVisible());
+    QCOMPARE(slotsOf(&menu), slotLines);
+    QTest::mouseClick(find<QPushButton>(&menu, "CLOSE"), Qt::LeftButton);
+    QVERIFY(!menu.isVisible());
+    QCOMPARE(swaps.count(), 2);
+    QCOMPARE(rejected.count(), 1);
 }
 
 QTEST_MAIN(TestOstrelRecovery)
