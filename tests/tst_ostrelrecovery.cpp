@@ -280,6 +280,7 @@ void TestOstrelRecovery::wiring()
 
     QTemporaryDir folder; // the instrument build's stand-in tool keeps its instrument there
     qputenv("FAKE_TOOL_DIR", QFile::encodeName(folder.path()));
+    const auto unset = qScopeGuard([] { qunsetenv("FAKE_TOOL_DIR"); });
     const auto window = shownWindow(hostName);
     QVERIFY(window);
     auto *processor = window->findChild<AbstractCommandProcessor *>();
