@@ -1,11 +1,11 @@
-#include "childprocesses.h"
 #include "processors/commandprocessor.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
-#include "signalrecorder.h"
 #include "tools/instrument-sim/httpreplyserver.h"
 #include "tools/instrument-sim/instrumentsimulator.h"
 
+#include <QDeadlineTimer>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -14,6 +14,98 @@
 #include <map>
 #include <memory>
 #include <mutex>
+
+// Every signal a back end emits as one readable line, in order, so that a test can compare a
+// whole run at once: "response: Prog 0%", "identity: B-first B:3 A:2 usb: USB0 USB1", "busy:
+// false".
+class SignalRecorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SignalRecorder(AbstractCommandProcessor *processor)
+        : QObject(processor)
+    {
+        connect(processor, &AbstractCommandProcessor::responseReceived, this,
+                [this](const QString &response) { events << "response: " + visible(response); });
+        connect(processor, &AbstractCommandProcessor::identityUpdated, this,
+                [this](const OstrelIdentity &identity) {
+                    events << "identity: " + summary(identity);
+                });
+        connect(processor, &AbstractCommandProcessor::isBusyChanged, this,
+                [this](bool busy) { events << (busy ? "busy: true" : "busy: false"); });
+    }
+
+    // Carriage returns and line feeds spelt out, so that they show in a failed comparison.
+    static QString visible(QString text) { return text.replace('\r', "\\r").replace('\n', "\\n"); }
+
+    // Boot order, slots with their counts, and the USB aliases.
+    static QString summary(const OstrelIdentity &identity)
+    {
+        QStringList words {identity.slotOrder == OstrelIdentity::AFirst ? "A-first" : "B-first"};
+        for (const OstrelIdentity::SlotInfo &slot : identity.slotList)
+            words << QString("%1:%2").arg(slot.name).arg(slot.count);
+        words << "usb:";
+        for (const OstrelIdentity::UsbDevice &device : identity.usbDevices)
+            words << device.alias;
+        return words.join(' ');
+    }
+
+    // Calls one operation written as a word: "identify", "setBootOrder A" ("setBootOrder 7" for
+    // a value out of range), and "reset: factory, slot b count" for a reset list ("reset:" for
+    // an empty one). False for an unknown word.
+    static bool perform(AbstractCommandProcessor *processor, const QString &operation)
+    {
+        if (operation.startsWith("setBootOrder ")) {
+            const QString order = operation.mid(13);
+            processor->setBootOrder(order == "A" ? OstrelIdentity::AFirst
+                                            : order == "B"
+                                            ? OstrelIdentity::BFirst
+                                            : OstrelIdentity::BootOrder(order.toInt()));
+            return true;
+        }
+        if (operation.startsWith("reset:")) {
+            const QString items = operation.mid(6).trimmed();
+            processor->reset(items.isEmpty() ? QStringList() : items.split(", "));
+            return true;
+        }
+        return QMetaObject::invokeMethod(processor, qPrintable(operation));
+    }
+
+    QStringList events;
+};
+
+namespace ChildProcesses {
+
+// Living and not yet reaped children of any thread of this process.
+int count()
+{
+    int children = 0;
+    const QDir tasks("/proc/self/task");
+    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(tasks.filePath(task + "/children"));
+        if (file.open(QIODevice::ReadOnly))
+            children += QString::fromLatin1(file.readAll()).split(' ', Qt::SkipEmptyParts).size();
+    }
+    return children;
+}
+
+// Processes events until there have been no children for a moment, so that every run a back end
+// started has ended and its end has been taken in; false on timeout.
+bool settle(int timeoutMilliseconds = 20000)
+{
+    const QDeadlineTimer deadline(timeoutMilliseconds);
+    do {
+        if (!QTest::qWaitFor([] { return count() == 0; }, int(deadline.remainingTime())))
+            return false;
+        // A child may be reaped before the event loop delivers its end, and taking that end in
+        // may start the next run.
+        QTest::qWait(50);
+    } while (count() > 0);
+    return true;
+}
+
+} // namespace ChildProcesses
 
 // The back ends through the signals that the console and the panels receive: the same operations
 // through all three side by side, then what only one of them does. The local back end runs the
