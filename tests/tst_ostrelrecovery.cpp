@@ -100,7 +100,8 @@ QString describe(const QLayout *layout)
             grid->getItemPosition(index, &row, &column, &rows, &columns);
             item = QString("%1,%2 %3x%4 ").arg(row).arg(column).arg(rows).arg(columns);
         }
-        if (auto *label = qobject_cast<const QLabel *>(widget)) {
+        const auto *label = qobject_cast<const QLabel *>(widget);
+        if (label) {
             const QSize logo = label->pixmap(Qt::ReturnByValue).size();
             item += label->text().isEmpty()
                     ? QString("logo %1x%2").arg(logo.width()).arg(logo.height())
@@ -114,7 +115,8 @@ QString describe(const QLayout *layout)
         }
         if (auto *box = qobject_cast<const QBoxLayout *>(layout); box && box->stretch(index))
             item += QString(" stretch %1").arg(box->stretch(index));
-        if (layout->itemAt(index)->alignment() == Qt::AlignCenter)
+        if (layout->itemAt(index)->alignment() == Qt::AlignCenter
+            || (label && label->alignment() == Qt::AlignCenter))
             item += " centred";
         items << item.replace('\t', "\\t").replace('\n', "\\n");
     }
@@ -559,11 +561,12 @@ void TestOstrelRecovery::screens_data()
                     + " | [CLOSE] 48";
     QTest::newRow("help")
             << "help"
-            << "logo 289x63 centred | RECOVERY MODE | You may have entered this screen if a "
+            << "logo 289x63 centred | RECOVERY MODE centred | You may have entered this screen if "
+               "a "
                "previous boot was interrupted.\\n\\n Click REBOOT INSTRUMENT to restart. Click "
                "CONTINUE TO RECOVERY MODE to proceed to Recovery Mode.\\n\\n If this screen "
                "persists after rebooting, please consult the User Guide for details. (wraps) "
-               "stretch 200 | [REBOOT INSTRUMENT] 96 | [CONTINUE TO RECOVERY MODE] 96";
+               "stretch 200 centred | [REBOOT INSTRUMENT] 96 | [CONTINUE TO RECOVERY MODE] 96";
     QTest::newRow("status panel")
             << "status"
             << "0,0 1x1 Model: -- | 0,1 1x1 Boot Version: -- | 0,2 1x1 Serial: -- | 1,0 1x1 IP "
