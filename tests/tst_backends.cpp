@@ -7,6 +7,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
@@ -170,9 +171,9 @@ QStringList run(AbstractCommandProcessor *processor, const QStringList &operatio
         if (!QTest::qWaitFor([&] { return !processor->isBusy(); }, 20000)
             || !ChildProcesses::settle())
             return {"still busy after " + operation};
-        QStringList events = recorder.events.filter(QRegExp("^(response|identity)"));
+        QStringList events = recorder.events.filter(QRegularExpression("^(response|identity): "));
         if (operation != "identify")
-            events = events.filter(QRegExp("^response"));
+            events = events.filter(QRegularExpression("^response: "));
         events.sort();
         runs << operation + ": " + events.join(" | ");
     }
@@ -181,7 +182,7 @@ QStringList run(AbstractCommandProcessor *processor, const QStringList &operatio
 
 QStringList only(const SignalRecorder *recorder, const QString &kind)
 {
-    return recorder->events.filter(QRegExp("^" + kind + ": "));
+    return recorder->events.filter(QRegularExpression("^" + kind + ": "));
 }
 
 // An instrument with canned replies, each written "path code body" ("drop" for a connection that
@@ -462,9 +463,9 @@ void TestBackEnds::http()
     QVERIFY(QTest::qWaitFor([&] { return !http.isBusy() && events.events.endsWith("busy: false"); },
                             20000));
 
-    QCOMPARE(events.events.filter(QRegExp("^response: ")).join("").remove("response: "),
+    QCOMPARE(only(&events, "response").join("").remove("response: "),
              SignalRecorder::visible(console).replace("HOST", address));
-    QCOMPARE(events.events.filter(QRegExp("^identity: ")).join("").remove("identity: "), identity);
+    QCOMPARE(only(&events, "identity").join("").remove("identity: "), identity);
     QCOMPARE(instrument.requests(), requests);
     // A report for each request sent and each reply deleted, idle only at the very end: each poll
     // goes out before the reply that asked for it is deleted.
