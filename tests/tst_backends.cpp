@@ -122,8 +122,7 @@ private slots:
     void cleanup();
     void scenario_data();
     void scenario();
-    void simulated_data();
-    void simulated();
+    void simulatedExport();
     void http_data();
     void http();
     void httpTeardownInFlight();
@@ -335,42 +334,22 @@ void TestBackEnds::scenario()
     QCOMPARE(run(&tool, operations), local);
 }
 
-// What only the simulated instrument does: everything inside the call.
-void TestBackEnds::simulated_data()
+// The simulated export, chunk by chunk, all inside the call and nothing else: its carriage
+// returns fall where the console must join and redraw lines.
+void TestBackEnds::simulatedExport()
 {
-    QTest::addColumn<QString>("operation");
-    QTest::addColumn<QStringList>("events");
-
-    const QString transfer
-            = "\\r     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
-    QTest::newRow("export: eight console chunks, nothing else")
-            << "backUp"
-            << QStringList {"response: Export without carriage\\n",
-                            "response: Prog 0%",
-                            "response: Prog 100%",
-                            "response: \\nExport With carriage\\n",
-                            "response: Prog 0%",
-                            "response: \\rProg 100%",
-                            "response: \\nMultiple carriage in one string\\n",
-                            "response: " + transfer.repeated(4)};
-    QTest::newRow("install") << "installSoftware"
-                             << QStringList {"response: Install Software requested"};
-    QTest::newRow("boot order B swaps even when B is first")
-            << "setBootOrder B" << QStringList {"identity: B-first A:2 B:3 usb: USB0 USB1"};
-    QTest::newRow("cancel reports idle") << "cancel" << QStringList {"busy: false"};
-}
-
-void TestBackEnds::simulated()
-{
-    QFETCH(QString, operation);
-    QFETCH(QStringList, events);
-
     FakeCommandProcessor fake(nullptr);
     SignalRecorder reports(&fake);
-    QVERIFY(SignalRecorder::perform(&fake, operation));
-    QVERIFY(!fake.isBusy());
-    // Everything arrives inside the calls: nothing is left for the event loop.
-    QCOMPARE(reports.events, events);
+    fake.backUp();
+    QCOMPARE(reports.events,
+             QStringList({"response: Export without carriage\\n", "response: Prog 0%",
+                          "response: Prog 100%", "response: \\nExport With carriage\\n",
+                          "response: Prog 0%", "response: \\rProg 100%",
+                          "response: \\nMultiple carriage in one string\\n",
+                          "response: "
+                                  + QString("\\r     18,823,301 100%   88.20kB/s    0:03:28 "
+                                            "(xfr#224, to-chk=0/233)")
+                                            .repeated(4)}));
 }
 
 // What only the HTTP back end does: status polling and its end, failed and odd replies, the
