@@ -128,11 +128,6 @@ private slots:
     void httpTeardownInFlight();
     void local_data();
     void local();
-    void localChunks_data();
-    void localChunks();
-    void localDropsWhileRunning();
-    void localActiveSlot_data();
-    void localActiveSlot();
     void localMissingTool();
     void localWaitBound();
     void localTeardownWhileRunning();
@@ -183,50 +178,6 @@ QStringList only(const SignalRecorder *recorder, const QString &kind)
 {
     return recorder->events.filter(QRegularExpression("^" + kind + ": "));
 }
-
-// An instrument with canned replies, each written "path code body" ("drop" for a connection that
-// breaks after part of the body). A path's last reply repeats; other paths get 404.
-class CannedInstrument
-{
-public:
-    CannedInstrument(const QString &address, const QList<QByteArray> &replies)
-        : server([this](const std::string &path) { return respond(path); })
-    {
-        for (const QByteArray &reply : replies) {
-            const int code = reply.indexOf(' '), body = reply.indexOf(' ', code + 1);
-            const QByteArray status = reply.mid(code + 1, body - code - 1);
-            queues[reply.left(code).toStdString()]
-                    << HttpReply {status == "drop" ? 200 : status.toInt(),
-                                  reply.mid(body + 1).toStdString(), status == "drop"};
-        }
-        started = server.start(address.toStdString());
-    }
-    // Sorted: requests sent at once race each other, so their order of arrival means nothing.
-    QStringList requests()
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        QStringList sorted = received;
-        sorted.sort();
-        return sorted;
-    }
-    bool started = false;
-
-private:
-    HttpReply respond(const std::string &path)
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        received << QString::fromStdString(path);
-        QList<HttpReply> &queue = queues[path];
-        if (queue.isEmpty())
-            return {404, "Not found\n"};
-        return queue.size() > 1 ? queue.takeFirst() : queue.first();
-    }
-
-    std::mutex mutex;
-    QStringList received;
-    std::map<std::string, QList<HttpReply>> queues;
-    HttpReplyServer server;
-};
 
 QStringList polls(const QString &operation, int count)
 {
@@ -431,11 +382,30 @@ void TestBackEnds::http()
     QFETCH(QString, identity);
     QFETCH(QStringList, requests);
 
-    // A fresh address for each instrument, so that no connection of a row before is reused.
+    // A fresh address for each instrument, so that no connection of a row before is reused. Each
+    // reply is written "path code body" ("drop" for a connection that breaks after part of the
+    // body); a path's last reply repeats, and other paths get 404.
     static int rows = 0;
     const QString address = QString("127.0.22.%1").arg(++rows);
-    CannedInstrument instrument(address, replies);
-    QVERIFY(instrument.started);
+    std::map<std::string, QList<HttpReply>> queues;
+    for (const QByteArray &reply : replies) {
+        const int code = reply.indexOf(' '), body = reply.indexOf(' ', code + 1);
+        const QByteArray status = reply.mid(code + 1, body - code - 1);
+        queues[reply.left(code).toStdString()]
+                << HttpReply {status == "drop" ? 200 : status.toInt(),
+                              reply.mid(body + 1).toStdString(), status == "drop"};
+    }
+    std::mutex mutex;
+    QStringList received;
+    HttpReplyServer server([&](const std::string &path) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        received << QString::fromStdString(path);
+        QList<HttpReply> &queue = queues[path];
+        if (queue.isEmpty())
+            return HttpReply {404, "Not found\n"};
+        return queue.size() > 1 ? queue.takeFirst() : queue.first();
+    });
+    QVERIFY(server.start(address.toStdString()));
     HttpCommandProcessor http(address, nullptr);
     SignalRecorder events(&http);
     QVERIFY(SignalRecorder::perform(&http, operation));
@@ -445,7 +415,10 @@ void TestBackEnds::http()
     QCOMPARE(only(&events, "response").join("").remove("response: "),
              SignalRecorder::visible(console).replace("HOST", address));
     QCOMPARE(only(&events, "identity").join("").remove("identity: "), identity);
-    QCOMPARE(instrument.requests(), requests);
+    // Sorted: requests sent at once race each other, so their order of arrival means nothing.
+    const std::lock_guard<std::mutex> lock(mutex);
+    received.sort();
+    QCOMPARE(received, requests);
     // A report for each request sent and each reply deleted, idle only at the very end: each poll
     // goes out before the reply that asked for it is deleted.
     QCOMPARE(events.events.filter("busy: ").size(), 2 * requests.size());
@@ -489,120 +462,104 @@ QStringList TestBackEnds::calls() const
     return lines;
 }
 
+// Each row writes the fake tool's scripts ("command: script"), then takes its steps: operations,
+// "go NAME" to let a script's "await NAME" pass, "busy", "responses N" and "settle" to wait.
 void TestBackEnds::local_data()
 {
-    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QStringList>("scripts");
+    QTest::addColumn<QStringList>("steps");
     QTest::addColumn<QStringList>("expectedCalls");
     QTest::addColumn<QString>("events");
 
     // Busy only while a command runs; one identify once the commands are done.
     const QString run = "busy: false | busy: true | busy: false | " + Finished + " | ";
     const QString identity = "identity: B-first B:0 A:0 usb:";
-    QTest::newRow("install") << "installSoftware" << QStringList {"[install]"} << run + identity;
-    QTest::newRow("export") << "backUp" << QStringList {"[backup]"} << run + identity;
+    const QString rebooted = "busy: true | busy: false | " + Finished
+            + " | busy: false | busy: "
+              "true | busy: false | "
+            + Finished + " | " + identity;
+    QTest::newRow("install") << QStringList() << QStringList {"installSoftware"}
+                             << QStringList {"[install]"} << run + identity;
+    QTest::newRow("export") << QStringList() << QStringList {"backUp"} << QStringList {"[backup]"}
+                            << run + identity;
     QTest::newRow("boot order out of range: B")
-            << "setBootOrder 7" << QStringList {"[reset][boot][order][B]"} << run + identity;
+            << QStringList() << QStringList {"setBootOrder 7"}
+            << QStringList {"[reset][boot][order][B]"} << run + identity;
     QTest::newRow("reset words, in list order")
-            << "reset: factory count, slot  a count, discount, , Slot A Count"
+            << QStringList()
+            << QStringList {"reset: factory count, slot  a count, discount, , Slot A Count"}
             << QStringList {"[reset][boot][count][COUNT]", "[reset][boot][count][]", "[reset][]",
                             "[reset][Slot A Count]"}
             << run + run + "response: Reset item \"discount\" names no slot; skipped.\\n | " + run
                     + run + identity;
-    QTest::newRow("identify is not busy") << "identify" << QStringList() << identity;
-    QTest::newRow("reset of nothing") << "reset:" << QStringList() << QString();
-    QTest::newRow("cancel with nothing running") << "cancel" << QStringList() << QString();
+    QTest::newRow("identify is not busy")
+            << QStringList() << QStringList {"identify"} << QStringList() << identity;
+    QTest::newRow("nothing to reset, nothing to cancel")
+            << QStringList() << QStringList {"reset:", "cancel"} << QStringList() << QString();
+    // Each piece that the tool prints goes out on its own; the next is printed once it has arrived.
+    QTest::newRow("one line in two pieces")
+            << QStringList {"backup: printf 'Copy'; await 1; printf 'ing\\r100%%\\r'"}
+            << QStringList {"backUp", "responses 1", "go 1"} << QStringList {"[backup]"}
+            << "response: Copy | response: ing\\r100%\\r | " + Finished;
+    QTest::newRow("a zero byte ends its chunk")
+            << QStringList {"backup: printf 'ab\\000cd'; await 1; printf 'Gr\\303\\274\\303\\237e'"}
+            << QStringList {"backUp", "responses 1", "go 1"} << QStringList {"[backup]"}
+            << "response: ab | response: Grüße | " + Finished;
+    // Asked to end, the tool may still say goodbye; killed, it could not.
+    QTest::newRow("cancel asks the tool to end")
+            << QStringList {"backup: trap 'printf Cancelled; exit 1' TERM; printf 'Exporting\\n'; "
+                            "await never"}
+            << QStringList {"backUp", "responses 1", "cancel"} << QStringList {"[backup]"}
+            << "response: Exporting\\n | response: Cancelled | " + Finished;
+    QTest::newRow("while a command runs, the others are dropped")
+            << QStringList {"backup: await go"}
+            << QStringList {"backUp",   "busy",           "backUp",         "installSoftware",
+                            "ejectUSB", "setBootOrder A", "reset: factory", "reset: count",
+                            "reboot",   "go go"}
+            << QStringList {"[backup]"} << Finished;
+    // reboot() resets the boot count of the slot that the last identify named first.
+    QTest::newRow("reboot before any identify: slot A")
+            << QStringList() << QStringList {"reboot"}
+            << QStringList {"[reset][boot][count][A]", "reboot"} << Finished + " | " + Finished;
+    for (const auto &[order, slot] : {std::pair {"[\"B\", \"A\"]", "B"}, {"[\"b\", \"a\"]", "b"}})
+        QTest::newRow(qPrintable(QString("reboot after an identify of %1").arg(order)))
+                << QStringList {QString("identify: printf '{\"slotOrder\": %1}'").arg(order)}
+                << QStringList {"identify", "settle", "reboot"}
+                << QStringList {"[reset][boot][count][" + QString(slot) + "]", "reboot"}
+                << Finished + " | " + Finished;
+    QTest::newRow("reboot after an identify with a line before the document")
+            << QStringList {"identify: printf 'identify: ok\\n{\"slotOrder\": [\"B\", \"A\"]}'"}
+            << QStringList {"identify", "settle", "reboot"}
+            << QStringList {"[reset][boot][count][]", "reboot"} << Finished + " | " + Finished;
 }
 
 void TestBackEnds::local()
 {
-    QFETCH(QString, operation);
+    QFETCH(QStringList, scripts);
+    QFETCH(QStringList, steps);
     QFETCH(QStringList, expectedCalls);
     QFETCH(QString, events);
 
-    QVERIFY(SignalRecorder::perform(processor.get(), operation));
+    for (const QString &script : scripts)
+        onRun(script.section(": ", 0, 0), script.section(": ", 1).toUtf8());
+    for (const QString &step : steps) {
+        if (step.startsWith("go "))
+            release(step.mid(3));
+        else if (step.startsWith("responses "))
+            QTRY_COMPARE(only(recorder, "response").size(), step.mid(10).toInt());
+        else if (step == "busy")
+            QTRY_VERIFY(processor->isBusy());
+        else if (step == "settle")
+            QVERIFY(ChildProcesses::settle());
+        else
+            QVERIFY(SignalRecorder::perform(processor.get(), step));
+    }
     QVERIFY(ChildProcesses::settle());
     QCOMPARE(calls(), expectedCalls);
-    QCOMPARE(recorder->events.join(" | "), events);
-}
-
-void TestBackEnds::localChunks_data()
-{
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<bool>("cancelled");
-    QTest::addColumn<QStringList>("expectedResponses");
-
-    QTest::newRow("one line in two pieces")
-            << QByteArray("printf 'Copy'; await 1; printf 'ing\\r100%%\\r'") << false
-            << QStringList {"response: Copy", "response: ing\\r100%\\r"};
-    QTest::newRow("a zero byte ends its chunk")
-            << QByteArray("printf 'ab\\000cd'; await 1; printf 'Gr\\303\\274\\303\\237e'") << false
-            << QStringList {"response: ab", "response: Grüße"};
-    // Asked to end, the tool may still say goodbye; killed, it could not.
-    QTest::newRow("cancel asks the tool to end")
-            << QByteArray(
-                       "trap 'printf Cancelled; exit 1' TERM; printf 'Exporting\\n'; await never")
-            << true << QStringList {"response: Exporting\\n", "response: Cancelled"};
-}
-
-// Each piece that the tool prints goes out on its own; the next is printed once it has arrived.
-void TestBackEnds::localChunks()
-{
-    QFETCH(QByteArray, script);
-    QFETCH(bool, cancelled);
-    QFETCH(QStringList, expectedResponses);
-
-    onRun("backup", script);
-    processor->backUp();
-    QTRY_COMPARE(only(recorder, "response"), expectedResponses.mid(0, 1));
-    if (cancelled)
-        processor->cancel();
-    else
-        release("1");
-    QVERIFY(ChildProcesses::settle());
-    QCOMPARE(only(recorder, "response"), expectedResponses + QStringList {Finished});
-}
-
-void TestBackEnds::localDropsWhileRunning()
-{
-    onRun("backup", "await go");
-    processor->backUp();
-    QTRY_VERIFY(processor->isBusy());
-    recorder->events.clear();
-    for (const char *operation : {"backUp", "installSoftware", "ejectUSB", "setBootOrder A",
-                                  "reset: factory", "reset: count", "reboot"})
-        QVERIFY(SignalRecorder::perform(processor.get(), operation));
-    QCOMPARE(recorder->events, QStringList());
-    release("go");
-    QVERIFY(ChildProcesses::settle());
-    QCOMPARE(calls(), QStringList {"[backup]"});
-}
-
-void TestBackEnds::localActiveSlot_data()
-{
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<QString>("expectedSlot");
-
-    QTest::newRow("no identify yet") << QByteArray() << "A";
-    QTest::newRow("slot B first") << QByteArray(R"({"slotOrder": ["B", "A"]})") << "B";
-    QTest::newRow("lower case as it stands") << QByteArray(R"({"slotOrder": ["b", "a"]})") << "b";
-    QTest::newRow("a line before the document")
-            << QByteArray("identify: ok\n{\"slotOrder\": [\"B\", \"A\"]}") << "";
-}
-
-// reboot() resets the boot count of the slot that the last identify named first.
-void TestBackEnds::localActiveSlot()
-{
-    QFETCH(QByteArray, document);
-    QFETCH(QString, expectedSlot);
-
-    if (!document.isEmpty()) {
-        onRun("identify", "printf '%s' '" + document + "'");
-        processor->identify();
-        QVERIFY(ChildProcesses::settle());
-    }
-    processor->reboot();
-    QVERIFY(ChildProcesses::settle());
-    QCOMPARE(calls(), QStringList({"[reset][boot][count][" + expectedSlot + "]", "reboot"}));
+    // Rows that start with a response list only the responses: the order of the other reports
+    // around them is up to timing.
+    const bool all = !events.startsWith("response: ");
+    QCOMPARE((all ? recorder->events : only(recorder, "response")).join(" | "), events);
 }
 
 // No output, no closing line and no identity: only the start that did not happen.
