@@ -210,9 +210,6 @@ void TestBackEnds::scenario_data()
     QTest::addColumn<QStringList>("http");
     QTest::addColumn<QStringList>("local");
 
-    QTest::newRow("identify") << QStringList {"identify"} << QStringList {"identify: " + Start}
-                              << QStringList {"identify: " + Start + " | " + Refreshed}
-                              << QStringList {"identify: " + Start};
     QTest::newRow("boot order")
             << QStringList {"setBootOrder A", "identify", "setBootOrder B", "identify"}
             << QStringList {"setBootOrder A: ",

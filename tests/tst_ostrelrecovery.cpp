@@ -182,8 +182,6 @@ void TestOstrelRecovery::wiring_data()
     QTest::newRow("busy") << Silent << QStringList {"busy"} << WhileBusy << unknown << "";
     QTest::newRow("busy leaves CANCEL usable") << Silent << QStringList {"EXPORT", "busy"}
                                                << "CANCEL, EJECT, REFRESH" << unknown << "";
-    QTest::newRow("idle after export disables CANCEL")
-            << Silent << QStringList {"EXPORT", "busy", "idle"} << All << unknown << "";
     // One error for the identify of the constructor, one for the button.
     for (const char *button : {"REBOOT", "REFRESH"})
         QTest::newRow(button) << Refused << QStringList {button} << All << unknown << errors;
