@@ -471,10 +471,6 @@ void TestBackEnds::local_data()
     // Busy only while a command runs; one identify once the commands are done.
     const QString run = "busy: false | busy: true | busy: false | " + Finished + " | ";
     const QString identity = "identity: B-first B:0 A:0 usb:";
-    const QString rebooted = "busy: true | busy: false | " + Finished
-            + " | busy: false | busy: "
-              "true | busy: false | "
-            + Finished + " | " + identity;
     QTest::newRow("install") << QStringList() << QStringList {"installSoftware"}
                              << QStringList {"[install]"} << run + identity;
     QTest::newRow("export") << QStringList() << QStringList {"backUp"} << QStringList {"[backup]"}

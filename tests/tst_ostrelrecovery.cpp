@@ -11,12 +11,12 @@
 #include <QAbstractButton>
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
-#include <QCheckBox>
 #include <QDateTime>
 #include <QDir>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMetaMethod>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QScrollBar>
@@ -30,6 +30,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <vector>
 
 namespace {
 // Nothing listens there: every request fails at once with a refused connection.
