@@ -488,7 +488,7 @@ void TestOstrelRecovery::dialogs()
                 QTest::keyClick(widget.get(), key);
         } else if (step == "F12") {
             QTest::keyClick(widget.get(), Qt::Key_F12, Qt::ShiftModifier);
-        } else if (step.endsWith(" slot") || step.endsWith(" slots")) {
+        } else if (step == "one slot" || step == "old slots") {
             const OstrelIdentity given
                     = step == "one slot" ? identity : withSlots({{"X", "old", 9}, {"Y", "old", 9}});
             if (auto *menu = qobject_cast<BootMenu *>(widget.get()))
@@ -566,9 +566,17 @@ void TestOstrelRecovery::helpScreenFirst()
     for (const Qt::Key key : {Qt::Key_F11, Qt::Key_Escape, Qt::Key_Print})
         QTest::keyClick(&window, key);
     QVERIFY(QDir().entryList(QDir::Files).isEmpty());
-    // An afternoon hour whatever the time, so that a 12-hour clock in the name would show.
+    // An afternoon hour whatever the time, so that a 12-hour clock in the name would show; the
+    // caller's zone comes back afterwards.
+    const bool hadZone = qEnvironmentVariableIsSet("TZ");
+    const QByteArray callersZone = qgetenv("TZ");
+    const auto zone = qScopeGuard([&] {
+        if (hadZone)
+            qputenv("TZ", callersZone);
+        else
+            qunsetenv("TZ");
+    });
     qputenv("TZ", "UTC" + QByteArray::number(QDateTime::currentDateTimeUtc().time().hour() - 15));
-    const auto zone = qScopeGuard([] { qunsetenv("TZ"); });
     QCOMPARE(QDateTime::currentDateTime().time().hour(), 15);
     const QString before = QDateTime::currentDateTime().toString("yyMMdd_HHmmss");
     QTest::keyClick(&window, Qt::Key_F12);
