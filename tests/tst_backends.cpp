@@ -4,21 +4,15 @@
 #include "tools/instrument-sim/httpreplyserver.h"
 #include "tools/instrument-sim/instrumentsimulator.h"
 
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QRegularExpression>
 #include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <map>
 #include <memory>
 #include <mutex>
 
-// Every signal a back end emits as one readable line, in order, so that a test can compare a
-// whole run at once: "response: Prog 0%", "identity: B-first B:3 A:2 usb: USB0 USB1", "busy:
-// false".
+// Every signal a back end emits as one line, in order: "response: Prog 0%", "identity: B-first
+// B:3 A:2 usb: USB0 USB1", "busy: false".
 class SignalRecorder : public QObject
 {
     Q_OBJECT
@@ -108,11 +102,10 @@ bool settle(int timeoutMilliseconds = 20000)
 
 } // namespace ChildProcesses
 
-// The back ends through the signals that the console and the panels receive: the same operations
-// through all three side by side, then what only one of them does. The local back end runs the
-// simulated instrument as its tool there, and the fake tool in tests/ in its own tests: that one
-// notes its arguments in the folder's "calls" file and does what the test wrote for its command.
-// Neither the real tool nor the real reboot command is ever started.
+// The back ends through the signals that the window receives: the same operations through all
+// three, then what only one of them does. The local back end runs the simulated instrument as its
+// tool in the scenario, and the fake tool of tests/ in its own table: never the real tool, nor
+// the real reboot command.
 class TestBackEnds : public QObject
 {
     Q_OBJECT
@@ -122,19 +115,24 @@ private slots:
     void cleanup();
     void scenario_data();
     void scenario();
-    void simulatedExport();
     void http_data();
     void http();
     void httpTeardownInFlight();
     void local_data();
     void local();
-    void localMissingTool();
     void localWaitBound();
     void localTeardownWhileRunning();
 
 private:
     void onRun(const QString &command, const QByteArray &script);
     void release(const QString &name) { onRun(name, QByteArray()); }
+    // A new back end with that tool and wait, and a recorder of what it reports.
+    void reset(const QString &tool, int waitMilliseconds)
+    {
+        processor
+                = std::make_unique<CommandProcessor>(tool, FAKE_REBOOT, waitMilliseconds, nullptr);
+        recorder = new SignalRecorder(processor.get());
+    }
     // The fake tool's runs, without the identify runs, whose place depends on timing.
     QStringList calls() const;
 
@@ -190,8 +188,7 @@ void TestBackEnds::init()
 {
     folder = std::make_unique<QTemporaryDir>();
     qputenv("FAKE_TOOL_DIR", QFile::encodeName(folder->path()));
-    processor = std::make_unique<CommandProcessor>(FAKE_TOOL, FAKE_REBOOT, 20000, nullptr);
-    recorder = new SignalRecorder(processor.get());
+    reset(FAKE_TOOL, 20000);
 }
 
 // Nothing that a test started may outlive it, or its end would land in the next test.
@@ -282,24 +279,6 @@ void TestBackEnds::scenario()
     QCOMPARE(run(&tool, operations), local);
 }
 
-// The simulated export, chunk by chunk, all inside the call and nothing else: its carriage
-// returns fall where the console must join and redraw lines.
-void TestBackEnds::simulatedExport()
-{
-    FakeCommandProcessor fake(nullptr);
-    SignalRecorder reports(&fake);
-    fake.backUp();
-    QCOMPARE(reports.events,
-             QStringList({"response: Export without carriage\\n", "response: Prog 0%",
-                          "response: Prog 100%", "response: \\nExport With carriage\\n",
-                          "response: Prog 0%", "response: \\rProg 100%",
-                          "response: \\nMultiple carriage in one string\\n",
-                          "response: "
-                                  + QString("\\r     18,823,301 100%   88.20kB/s    0:03:28 "
-                                            "(xfr#224, to-chk=0/233)")
-                                            .repeated(4)}));
-}
-
 // What only the HTTP back end does: status polling and its end, failed and odd replies, the
 // identity document's place in a reply, and replies outliving the back end.
 void TestBackEnds::http_data()
@@ -379,9 +358,8 @@ void TestBackEnds::http()
     QFETCH(QString, identity);
     QFETCH(QStringList, requests);
 
-    // A fresh address for each instrument, so that no connection of a row before is reused. Each
-    // reply is written "path code body" ("drop" for a connection that breaks after part of the
-    // body); a path's last reply repeats, and other paths get 404.
+    // A fresh address for each row: no connection is reused. A reply is "path code body" ("drop":
+    // the connection breaks after part of the body); a path's last reply repeats, others get 404.
     static int rows = 0;
     const QString address = QString("127.0.22.%1").arg(++rows);
     std::map<std::string, QList<HttpReply>> queues;
@@ -460,7 +438,8 @@ QStringList TestBackEnds::calls() const
 }
 
 // Each row writes the fake tool's scripts ("command: script"), then takes its steps: operations,
-// "go NAME" to let a script's "await NAME" pass, "busy", "responses N" and "settle" to wait.
+// "go NAME" to let a script's "await NAME" pass, "busy", "responses N" and "settle" to wait, "no
+// tool" for a back end whose tool is missing.
 void TestBackEnds::local_data()
 {
     QTest::addColumn<QStringList>("scripts");
@@ -471,10 +450,9 @@ void TestBackEnds::local_data()
     // Busy only while a command runs; one identify once the commands are done.
     const QString run = "busy: false | busy: true | busy: false | " + Finished + " | ";
     const QString identity = "identity: B-first B:0 A:0 usb:";
-    QTest::newRow("install") << QStringList() << QStringList {"installSoftware"}
-                             << QStringList {"[install]"} << run + identity;
-    QTest::newRow("export") << QStringList() << QStringList {"backUp"} << QStringList {"[backup]"}
-                            << run + identity;
+    QTest::newRow("install, export")
+            << QStringList() << QStringList {"installSoftware", "settle", "backUp"}
+            << QStringList {"[install]", "[backup]"} << run + identity + " | " + run + identity;
     QTest::newRow("boot order out of range: B")
             << QStringList() << QStringList {"setBootOrder 7"}
             << QStringList {"[reset][boot][order][B]"} << run + identity;
@@ -485,10 +463,9 @@ void TestBackEnds::local_data()
                             "[reset][Slot A Count]"}
             << run + run + "response: Reset item \"discount\" names no slot; skipped.\\n | " + run
                     + run + identity;
-    QTest::newRow("identify is not busy")
-            << QStringList() << QStringList {"identify"} << QStringList() << identity;
-    QTest::newRow("nothing to reset, nothing to cancel")
-            << QStringList() << QStringList {"reset:", "cancel"} << QStringList() << QString();
+    QTest::newRow("identify is not busy; nothing to reset, nothing to cancel")
+            << QStringList() << QStringList {"identify", "settle", "reset:", "cancel"}
+            << QStringList() << identity;
     // Each piece that the tool prints goes out on its own; the next is printed once it has arrived.
     QTest::newRow("one line in two pieces")
             << QStringList {"backup: printf 'Copy'; await 1; printf 'ing\\r100%%\\r'"}
@@ -510,16 +487,20 @@ void TestBackEnds::local_data()
                             "ejectUSB", "setBootOrder A", "reset: factory", "reset: count",
                             "reboot",   "go go"}
             << QStringList {"[backup]"} << Finished;
+    // No output, no closing line and no identity: only the start that did not happen.
+    QTest::newRow("no tool") << QStringList()
+                             << QStringList {"no tool",  "backUp", "settle",
+                                             "identify", "settle", "reset: factory, user"}
+                             << QStringList()
+                             << QVector<QString>(6, "busy: false").toList().join(" | ");
     // reboot() resets the boot count of the slot that the last identify named first.
     QTest::newRow("reboot before any identify: slot A")
             << QStringList() << QStringList {"reboot"}
             << QStringList {"[reset][boot][count][A]", "reboot"} << Finished + " | " + Finished;
-    for (const auto &[order, slot] : {std::pair {"[\"B\", \"A\"]", "B"}, {"[\"b\", \"a\"]", "b"}})
-        QTest::newRow(qPrintable(QString("reboot after an identify of %1").arg(order)))
-                << QStringList {QString("identify: printf '{\"slotOrder\": %1}'").arg(order)}
-                << QStringList {"identify", "settle", "reboot"}
-                << QStringList {"[reset][boot][count][" + QString(slot) + "]", "reboot"}
-                << Finished + " | " + Finished;
+    QTest::newRow("reboot after an identify: the slot as written")
+            << QStringList {R"(identify: printf '{"slotOrder": ["b", "a"]}')"}
+            << QStringList {"identify", "settle", "reboot"}
+            << QStringList {"[reset][boot][count][b]", "reboot"} << Finished + " | " + Finished;
     QTest::newRow("reboot after an identify with a line before the document")
             << QStringList {"identify: printf 'identify: ok\\n{\"slotOrder\": [\"B\", \"A\"]}'"}
             << QStringList {"identify", "settle", "reboot"}
@@ -544,6 +525,8 @@ void TestBackEnds::local()
             QTRY_VERIFY(processor->isBusy());
         else if (step == "settle")
             QVERIFY(ChildProcesses::settle());
+        else if (step == "no tool")
+            reset(folder->filePath("none"), 20000);
         else
             QVERIFY(SignalRecorder::perform(processor.get(), step));
     }
@@ -555,29 +538,16 @@ void TestBackEnds::local()
     QCOMPARE((all ? recorder->events : only(recorder, "response")).join(" | "), events);
 }
 
-// No output, no closing line and no identity: only the start that did not happen.
-void TestBackEnds::localMissingTool()
-{
-    CommandProcessor missing(folder->filePath("no-such-tool"), FAKE_REBOOT, 20000, nullptr);
-    SignalRecorder events(&missing);
-    missing.backUp();
-    QVERIFY(ChildProcesses::settle());
-    missing.identify();
-    QVERIFY(ChildProcesses::settle());
-    missing.reset({"factory", "user"});
-    QCOMPARE(events.events, QStringList(QVector<QString>(6, "busy: false").toList()));
-}
-
 // A run that outlives the wait is left alone; what depended on it does not happen.
 void TestBackEnds::localWaitBound()
 {
-    onRun("reset", "if [ \"$2\" != user ]; then await go; fi");
-    CommandProcessor waiting(FAKE_TOOL, FAKE_REBOOT, 300, nullptr);
+    onRun("reset", "await go");
+    reset(FAKE_TOOL, 300);
     QElapsedTimer timer;
     timer.start();
-    waiting.reboot();
+    processor->reboot();
     QVERIFY(timer.elapsed() >= 300);
-    QVERIFY(waiting.isBusy());
+    QVERIFY(processor->isBusy());
     release("go");
     QVERIFY(ChildProcesses::settle());
     QCOMPARE(calls(), QStringList {"[reset][boot][count][A]"});

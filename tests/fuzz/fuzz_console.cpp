@@ -15,13 +15,13 @@
 // line feed or a character; a line that reaches 30 characters is ended before it can wrap.
 namespace {
 
-// A shown window, so that the console has its real width.
+// A shown window, so that the console has its real width. One static object, built and torn
+// down as one: the application must go before the toolkit's own statics that appeared while the
+// window was built, or it cannot free what they hold.
 struct Console
 {
     Console()
     {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        application = std::make_unique<QApplication>(argc, argv);
         continuePastHelpScreen();
         window = std::make_unique<OstrelRecovery>(QString());
         window->setWindowState(Qt::WindowNoState);
@@ -33,7 +33,7 @@ struct Console
     int argc = 1;
     char name[13] = "fuzz_console";
     char *argv[2] = {name, nullptr};
-    std::unique_ptr<QApplication> application;
+    QApplication application {argc, argv};
     std::unique_ptr<OstrelRecovery> window;
 };
 
@@ -42,31 +42,28 @@ struct Console
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static Console state;
-    auto *console = state.window->findChild<QTextEdit *>();
+    const auto &window = state.window;
+    auto *console = window->findChild<QTextEdit *>();
     console->clear();
 
     QStringList terminal {QString()}; // a line feed starts a line, a carriage return blanks it
     QString chunk;
-    for (size_t i = 0; i < size; ++i) {
-        const QString alphabet = QStringLiteral("abcXYZ019 %:.é");
-        QChar character = alphabet.at((data[i] / 8) % alphabet.size());
-        if (data[i] % 8 == 0) {
-            emit state.window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
+    const QString alphabet = QStringLiteral("abcXYZ019 %:.é");
+    for (size_t i = 0; i <= size; ++i) {
+        if (i == size || data[i] % 8 == 0) {
+            emit window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
             chunk.clear();
-            continue;
-        }
-        if (data[i] % 8 == 1) {
-            character = QLatin1Char('\r');
+        } else if (data[i] % 8 == 1) {
+            chunk.append(QLatin1Char('\r'));
             terminal.last().clear();
         } else if (data[i] % 8 == 2 || terminal.last().size() >= 30) {
-            character = QLatin1Char('\n');
+            chunk.append(QLatin1Char('\n'));
             terminal.append(QString());
         } else {
-            terminal.last().append(character);
+            chunk.append(alphabet.at((data[i] / 8) % alphabet.size()));
+            terminal.last().append(chunk.back());
         }
-        chunk.append(character);
     }
-    emit state.window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
     if (console->toPlainText() != terminal.join(QLatin1Char('\n')))
         std::abort();
     return 0;
