@@ -18,6 +18,8 @@ HttpReplyServer::HttpReplyServer(Responder responder)
     server->Get(".*", [this](const httplib::Request &request, httplib::Response &response) {
         const HttpReply reply = this->responder(request.path.substr(1));
         response.status = reply.status;
+        if (!reply.location.empty())
+            response.set_header("Location", reply.location);
         if (!reply.dropConnection) {
             response.set_content(reply.body, "text/plain; charset=utf-8");
             return;

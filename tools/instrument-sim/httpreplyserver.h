@@ -10,12 +10,14 @@ class Server;
 }
 
 // One reply of the instrument's service: a status code and a text body, or a connection that is
-// dropped after the headers, as when the instrument goes away in the middle of a reply.
+// dropped after the headers, as when the instrument goes away in the middle of a reply. A
+// location, when set, goes out as the Location header of a redirect.
 struct HttpReply
 {
     int status = 200;
     std::string body;
     bool dropConnection = false;
+    std::string location = {};
 };
 
 // Serves every GET with the reply that a responder gives for its path (without the leading
