@@ -12,18 +12,12 @@
 // to the same scenario as the others, and for the tests of the instrument build. The instrument
 // lives in "$FAKE_TOOL_DIR/instrument.json" between runs; without that folder every run starts
 // from the default instrument. A run without arguments stands in for the system's reboot command.
-namespace {
-
-void print(const std::string &text)
-{
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
-}
-
-} // namespace
-
 int main(int argc, char *argv[])
 {
+    const auto print = [](const std::string &text) {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        std::fflush(stdout);
+    };
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString folder = qEnvironmentVariable("FAKE_TOOL_DIR");

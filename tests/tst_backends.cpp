@@ -46,9 +46,8 @@ public:
         return words.join(' ');
     }
 
-    // Calls one operation written as a word: "identify", "setBootOrder A" ("setBootOrder 7" for
-    // a value out of range), and "reset: factory, slot b count" for a reset list ("reset:" for
-    // an empty one). False for an unknown word.
+    // Calls an operation by name: "identify", "setBootOrder A" (7: out of range), "reset: factory,
+    // slot b count" ("reset:" for an empty list). False for an unknown name.
     static bool perform(AbstractCommandProcessor *processor, const QString &operation)
     {
         if (operation.startsWith("setBootOrder ")) {
@@ -85,8 +84,8 @@ int count()
     return children;
 }
 
-// Processes events until there have been no children for a moment, so that every run a back end
-// started has ended and its end has been taken in; false on timeout.
+// Processes events until there have been no children for a moment: every run a back end started
+// has ended, and its end has been taken in. False on timeout.
 bool settle(int timeoutMilliseconds = 20000)
 {
     const QDeadlineTimer deadline(timeoutMilliseconds);
@@ -147,10 +146,9 @@ const QString Start = "identity: B-first B:3 A:2 usb: USB0 USB1";
 const QString Refreshed = "response: Identity refreshed.\\n";
 const QString Finished = "response: \\nCommand Finished.\\n";
 
-// Each operation's events, sorted, then joined as "operation: event | event". Requests sent at
-// once may be answered in any order, and the local back end's identify runs race its command
-// runs; an identity is kept only where it was asked for (the one that follows a boot order change
-// may come from before or after the change).
+// Each operation's events, sorted (requests sent at once race, and so do the local back end's
+// identify and command runs): "operation: event | event". An identity is kept only where it was
+// asked for; the one after a boot order change may come from before or after the change.
 QStringList run(AbstractCommandProcessor *processor, const QStringList &operations)
 {
     SignalRecorder recorder(processor);
@@ -249,9 +247,6 @@ void TestBackEnds::scenario_data()
                             "Rebooting.\\n | "
                                     + Finished + " | " + Finished,
                             "identify: identity: B-first B:4 A:0 usb: USB0 USB1"};
-    QTest::newRow("cancel with nothing running")
-            << QStringList {"cancel"} << QStringList {"cancel: "}
-            << QStringList {"cancel: response: No active process.\\n"} << QStringList {"cancel: "};
 }
 
 void TestBackEnds::scenario()
@@ -327,6 +322,11 @@ void TestBackEnds::http_data()
     QTest::newRow("text reply: NUL ends it, status words do not poll")
             << "cancel" << Replies {QByteArray("cancel 200 Prog\r\0ped\n", 21)} << "Prog\r"
             << QString() << QStringList {"cancel"};
+    // Qt 6 would follow it, and could not have on Qt 5.15, where the console was specified.
+    QTest::newRow("a redirect is a reply like any other")
+            << "reboot" << Replies {"reboot 302>elsewhere Moved.\n", "elsewhere 200 There.\n"}
+            << "Moved.\n"
+            << QString() << QStringList {"reboot"};
     QTest::newRow("404 shows no body")
             << "reboot" << Replies() << error << QString() << QStringList {"reboot"};
     QTest::newRow("larger than any real reply")
@@ -339,7 +339,7 @@ void TestBackEnds::http_data()
             << "Reset item \"count\" names no slot; skipped.\n" + error + error << QString()
             << QStringList {"ops/reset/Slot A Count", "ops/reset/a/b"};
     QTest::newRow("identity: log lines, then the document")
-            << "identify" << Replies {"ops/identify 200 identify: ready\n" + document}
+            << "identify" << Replies {"ops/identify 200 identify: ready\nok\n" + document}
             << "Identity refreshed.\n"
             << "A-first A:4 B:1 usb: --" << QStringList {"ops/identify"};
     QTest::newRow("identity: a trailing line feed leaves an empty document")
@@ -359,16 +359,18 @@ void TestBackEnds::http()
     QFETCH(QStringList, requests);
 
     // A fresh address for each row: no connection is reused. A reply is "path code body" ("drop":
-    // the connection breaks after part of the body); a path's last reply repeats, others get 404.
+    // the connection breaks after part of the body; "302>path": a redirect there); a path's last
+    // reply repeats, others get 404.
     static int rows = 0;
     const QString address = QString("127.0.22.%1").arg(++rows);
     std::map<std::string, QList<HttpReply>> queues;
     for (const QByteArray &reply : replies) {
         const int code = reply.indexOf(' '), body = reply.indexOf(' ', code + 1);
         const QByteArray status = reply.mid(code + 1, body - code - 1);
-        queues[reply.left(code).toStdString()]
-                << HttpReply {status == "drop" ? 200 : status.toInt(),
-                              reply.mid(body + 1).toStdString(), status == "drop"};
+        const QByteArray location = status.contains('>') ? "/" + status.split('>').at(1) : "";
+        queues[reply.left(code).toStdString()] << HttpReply {
+                status == "drop" ? 200 : status.split('>').at(0).toInt(),
+                reply.mid(body + 1).toStdString(), status == "drop", location.toStdString()};
     }
     std::mutex mutex;
     QStringList received;
@@ -466,15 +468,14 @@ void TestBackEnds::local_data()
     QTest::newRow("identify is not busy; nothing to reset, nothing to cancel")
             << QStringList() << QStringList {"identify", "settle", "reset:", "cancel"}
             << QStringList() << identity;
-    // Each piece that the tool prints goes out on its own; the next is printed once it has arrived.
-    QTest::newRow("one line in two pieces")
-            << QStringList {"backup: printf 'Copy'; await 1; printf 'ing\\r100%%\\r'"}
-            << QStringList {"backUp", "responses 1", "go 1"} << QStringList {"[backup]"}
-            << "response: Copy | response: ing\\r100%\\r | " + Finished;
-    QTest::newRow("a zero byte ends its chunk")
-            << QStringList {"backup: printf 'ab\\000cd'; await 1; printf 'Gr\\303\\274\\303\\237e'"}
-            << QStringList {"backUp", "responses 1", "go 1"} << QStringList {"[backup]"}
-            << "response: ab | response: Grüße | " + Finished;
+    // Each piece that the tool prints goes out on its own, up to a zero byte; the next is printed
+    // once it has arrived.
+    QTest::newRow("a line in pieces, a zero byte")
+            << QStringList {"backup: printf 'Copy'; await 1; printf 'ing\\r100%%\\r\\000cd'; "
+                            "await 2; printf 'Gr\\303\\274\\303\\237e'"}
+            << QStringList {"backUp", "responses 1", "go 1", "responses 2", "go 2"}
+            << QStringList {"[backup]"}
+            << "response: Copy | response: ing\\r100%\\r | response: Grüße | " + Finished;
     // Asked to end, the tool may still say goodbye; killed, it could not.
     QTest::newRow("cancel asks the tool to end")
             << QStringList {"backup: trap 'printf Cancelled; exit 1' TERM; printf 'Exporting\\n'; "
@@ -501,10 +502,6 @@ void TestBackEnds::local_data()
             << QStringList {R"(identify: printf '{"slotOrder": ["b", "a"]}')"}
             << QStringList {"identify", "settle", "reboot"}
             << QStringList {"[reset][boot][count][b]", "reboot"} << Finished + " | " + Finished;
-    QTest::newRow("reboot after an identify with a line before the document")
-            << QStringList {"identify: printf 'identify: ok\\n{\"slotOrder\": [\"B\", \"A\"]}'"}
-            << QStringList {"identify", "settle", "reboot"}
-            << QStringList {"[reset][boot][count][]", "reboot"} << Finished + " | " + Finished;
 }
 
 void TestBackEnds::local()
@@ -532,8 +529,7 @@ void TestBackEnds::local()
     }
     QVERIFY(ChildProcesses::settle());
     QCOMPARE(calls(), expectedCalls);
-    // Rows that start with a response list only the responses: the order of the other reports
-    // around them is up to timing.
+    // Rows that start with a response list only the responses: the other reports race them.
     const bool all = !events.startsWith("response: ");
     QCOMPARE((all ? recorder->events : only(recorder, "response")).join(" | "), events);
 }

@@ -60,12 +60,13 @@ void TestOstrelIdentity::document_data()
             << QByteArray(R"({"slotOrder": ["a", "B"], "slotCount": [5], "slotAVersion": "E1",
                  "slotBVersion": "T1"})")
             << "AFirst | -- | -- | -- | -- | -- | -- | -- | -- | A E1 5, B T1 0 | ";
-    QTest::newRow("counts not whole") << QByteArray(R"({"slotCount": [2.5, "3"]})") << Defaults;
+    QTest::newRow("counts not whole, or beyond an int")
+            << QByteArray(R"({"slotCount": [2.5, 2147483648]})") << Defaults;
+    QTest::newRow("counts as text, or far beyond an int")
+            << QByteArray(R"({"slotCount": ["3", 1e300]})") << Defaults;
     QTest::newRow("counts whole and negative")
             << QByteArray(R"({"slotCount": [7.0, -1]})")
             << "BFirst | -- | -- | -- | -- | -- | -- | -- | -- | B -- 7, A -- -1 | ";
-    QTest::newRow("counts beyond an int")
-            << QByteArray(R"({"slotCount": [1e300, 2147483648]})") << Defaults;
     QTest::newRow("texts of other types, empty text kept, network partly there")
             << QByteArray(R"({"model": 42, "serial": null, "options": "", "bootVersion": [],
                  "slotAVersion": {}, "slotBVersion": " T1 ",

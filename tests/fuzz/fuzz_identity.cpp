@@ -22,12 +22,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     require(identity.slotList.at(0).name == QLatin1String(aFirst ? "A" : "B"));
     require(identity.slotList.at(1).name == QLatin1String(aFirst ? "B" : "A"));
 
-    const QString folder = OstrelRecovery::screenshotFolder(identity, false);
-    if (folder != UserDataRoot) {
-        const QString alias = identity.usbDevices.value(0).alias;
-        require(folder == UsbMountRoot + QLatin1Char('/') + alias);
-        require(!alias.isEmpty() && alias != QLatin1String(".") && alias != QLatin1String("..")
-                && !alias.contains(QLatin1Char('/')) && !alias.contains(QChar(QChar::Null)));
-    }
+    // The first stick's alias, when it is a plain folder name; the user data root otherwise.
+    const QString alias = identity.usbDevices.value(0).alias;
+    const bool plain = !alias.isEmpty() && alias != QLatin1String(".")
+            && !alias.contains(QLatin1String("..")) && !alias.contains(QLatin1Char('/'))
+            && !alias.contains(QChar(QChar::Null));
+    require(OstrelRecovery::screenshotFolder(identity, false)
+            == (plain ? UsbMountRoot + QLatin1Char('/') + alias : UserDataRoot));
     return 0;
 }
