@@ -14,6 +14,9 @@ HttpCommandProcessor::HttpCommandProcessor(const QString &hostName, QObject *par
 {
     connect(&networkManager, &QNetworkAccessManager::finished, this,
             &HttpCommandProcessor::handleReply);
+    // Qt 5.15's default, spelt out for Qt 6, which follows redirects by default: a 3xx reply is
+    // shown like any other, and the console only ever talks to the host it was given.
+    networkManager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
 }
 
 // The manager deletes the replies still in flight, and each would report the busy state from
@@ -113,7 +116,10 @@ QNetworkReply *HttpCommandProcessor::sendRequest(const QString &path)
 {
     emit isBusyChanged(true);
     const QUrl url(baseUrl.arg(path), QUrl::TolerantMode);
-    QNetworkReply *reply = networkManager.get(QNetworkRequest(url));
+    QNetworkRequest request(url);
+    // Plain HTTP/1.1 on both Qt lines: Qt 6 would offer HTTP/2 by default.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    QNetworkReply *reply = networkManager.get(request);
     connect(reply, &QObject::destroyed, this, &HttpCommandProcessor::handleReplyDestroyed);
     // Qt holds a whole body in memory; a peer that sends without end must not take it all.
     connect(reply, &QIODevice::readyRead, reply, [reply] {
