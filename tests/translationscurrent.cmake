@@ -1,5 +1,7 @@
 # Fails when the committed translation template no longer holds exactly the texts of the sources:
 # extracts them afresh, with the same options as the update-translations target, and compares.
+# lupdate merges into a template that exists, which would keep the order of a run before.
+file(REMOVE ${FRESH})
 execute_process(
     COMMAND ${LUPDATE} ${LUPDATE_OPTIONS} -ts ${FRESH}
     WORKING_DIRECTORY ${SOURCE_DIR}
