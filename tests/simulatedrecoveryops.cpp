@@ -6,7 +6,7 @@
 #include <QLockFile>
 #include <QSaveFile>
 
-#include <cstdio>
+#include <iostream>
 
 // The simulated instrument behind its own service tool, so that the local back end can be held
 // to the same scenario as the others, and for the tests of the instrument build. The instrument
@@ -14,10 +14,6 @@
 // from the default instrument. A run without arguments stands in for the system's reboot command.
 int main(int argc, char *argv[])
 {
-    const auto print = [](const std::string &text) {
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        std::fflush(stdout);
-    };
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString folder = qEnvironmentVariable("FAKE_TOOL_DIR");
@@ -41,11 +37,11 @@ int main(int argc, char *argv[])
     // The tool prints the document alone, without the service's log line.
     if (path == "ops/identify")
         output.erase(0, output.rfind('\n') + 1);
-    print(output);
+    std::cout << output << std::flush;
     if (path == "ops/install" || path == "ops/backup") {
         do {
             output = instrument.respond("status").body;
-            print(output);
+            std::cout << output << std::flush;
         } while (output.find("Finished.\n") == std::string::npos);
     }
 

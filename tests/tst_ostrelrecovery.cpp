@@ -170,8 +170,6 @@ void TestOstrelRecovery::wiring_data()
     const QString unknown = "INSTALL SW /  / ";
     const QString simulated = "INSTALL SW TO SLOT B / Connected / KINGSTON";
     const QString errors = QString("Connection error to %1.\n").arg(Refused).repeated(2);
-    QTest::newRow("busy twice, then idle")
-            << Silent << QStringList {"busy", "busy", "idle"} << All << unknown << "";
     QTest::newRow("busy leaves CANCEL usable") << Silent << QStringList {"EXPORT", "busy"}
                                                << "CANCEL, EJECT, REFRESH" << unknown << "";
     // One error for the identify of the constructor, one for the button.
@@ -191,8 +189,8 @@ void TestOstrelRecovery::wiring_data()
                 << QString() << QStringList {"busy"} << WhileBusy << simulated << "";
         return;
     }
-    QTest::newRow("no host: REBOOT locked, also when idle")
-            << QString() << QStringList {"busy", "idle"} << AllButReboot << simulated << "";
+    QTest::newRow("no host: busy twice, then idle; REBOOT locked")
+            << QString() << QStringList {"busy", "busy", "idle"} << AllButReboot << simulated << "";
     QTest::newRow("no host: an identity without slots")
             << QString() << QStringList {"identity"} << AllButReboot
             << "INSTALL SW TO SLOT B / Not Connected / --"
@@ -256,13 +254,9 @@ void TestOstrelRecovery::chunks_data()
     QTest::addColumn<QString>("text");
 
     const QString transfer = "     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
-    QTest::newRow("progress redrawn by the next chunk")
-            << QStringList {"done\n", "Prog 0%", "\rProg 100%"} << "done\nProg 100%";
     QTest::newRow("only the text after the last carriage return stays")
             << QStringList {"keep\nold", "new\rmid\rlast", ('\r' + transfer).repeated(4)}
             << "keep\n" + transfer;
-    QTest::newRow("carriage return before line feed is not one line end")
-            << QStringList {"a\nline\r\nnext"} << "a\n\nnext";
     QTest::newRow("markup and NUL are text like any other")
             << QStringList {QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n"}
             << QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n";
