@@ -44,9 +44,9 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
         setWindowTitle(windowTitle() + QStringLiteral(" (%1)").arg(hostName));
     } else if (InstrumentBuild) {
 #ifdef OSTREL_STAND_IN_TOOL
-        // A test build: never the real tool, never the real reboot.
+        // A test build: the simulated tool, which also stands in for reboot.
         processor = new CommandProcessor(QStringLiteral(OSTREL_STAND_IN_TOOL),
-                                         QStringLiteral(OSTREL_STAND_IN_REBOOT),
+                                         QStringLiteral(OSTREL_STAND_IN_TOOL),
                                          CommandProcessor::DefaultWaitMilliseconds, this);
 #else
         processor = new CommandProcessor(this);

@@ -6,7 +6,7 @@
 
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
-#include "tests/continuepasthelp.h"
+#include "tests/shownwindow.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -75,13 +75,10 @@ class Console : public Widget
 {
 public:
     Console()
-        : window(withoutHelpScreen())
+        : window(shownWindow(QString()))
     {
-        window.setWindowState(Qt::WindowNoState);
-        window.show();
-        QCoreApplication::processEvents();
-        processor = window.findChild<AbstractCommandProcessor *>();
-        console = window.findChild<QTextEdit *>();
+        processor = window->findChild<AbstractCommandProcessor *>();
+        console = window->findChild<QTextEdit *>();
     }
 
     void append(const QString &chunk) override { emit processor->responseReceived(chunk); }
@@ -89,14 +86,7 @@ public:
     QSize consoleSize() const { return console->size(); }
 
 private:
-    // The empty host name, once the start-up help screen is set to be continued past.
-    static QString withoutHelpScreen()
-    {
-        continuePastHelpScreen();
-        return QString();
-    }
-
-    OstrelRecovery window;
+    std::unique_ptr<OstrelRecovery> window;
     AbstractCommandProcessor *processor = nullptr;
     QTextEdit *console = nullptr;
 };

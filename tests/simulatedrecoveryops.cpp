@@ -8,19 +8,17 @@
 
 #include <iostream>
 
-// The simulated instrument behind its own service tool, so that the local back end can be held
-// to the same scenario as the others, and for the tests of the instrument build. The instrument
-// lives in "$FAKE_TOOL_DIR/instrument.json" between runs; without that folder every run starts
-// from the default instrument. A run without arguments stands in for the system's reboot command.
+// The simulated instrument behind its own service tool, for the local back end and the instrument
+// build. It lives in "$FAKE_TOOL_DIR/instrument.json" between runs, else each starts afresh. A run
+// without arguments stands in for the system's reboot command.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString folder = qEnvironmentVariable("FAKE_TOOL_DIR");
-    // The console runs an identify beside a command (the one after the boot-count reset, beside
-    // the reboot), and each run reads, changes and writes the instrument: one run at a time, or
-    // the later writer undoes the other's change. A run that was killed leaves a lock that names
-    // a dead process, which the next run takes over.
+    // The console runs an identify beside a command (beside the reboot), and each run reads,
+    // changes and writes the instrument: one at a time, or the later writer undoes the other's
+    // change. A killed run's lock names a dead process, and the next run takes it over.
     QLockFile lock(folder + "/instrument.lock");
     if (!folder.isEmpty() && !lock.lock())
         return 1;

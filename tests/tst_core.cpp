@@ -99,10 +99,8 @@ bool settle(int timeoutMilliseconds = 20000)
 
 } // namespace ChildProcesses
 
-// The identity document, then the back ends through the signals that the window receives: the
-// same operations through all three, then what only one of them does. The local back end runs the
-// simulated instrument as its tool in the scenario, and the fake tool of tests/ in its own table:
-// never the real tool, nor the real reboot command.
+// The identity document, then the back ends as the window sees them: one scenario through all
+// three, then what only one does. Never the real service tool, nor the real reboot command.
 class TestCore : public QObject
 {
     Q_OBJECT
@@ -127,8 +125,7 @@ private:
     // A new back end with that tool and wait, and a recorder of what it reports.
     void reset(const QString &tool, int waitMilliseconds)
     {
-        processor
-                = std::make_unique<CommandProcessor>(tool, FAKE_REBOOT, waitMilliseconds, nullptr);
+        processor = std::make_unique<CommandProcessor>(tool, FAKE_TOOL, waitMilliseconds, nullptr);
         recorder = new SignalRecorder(processor.get());
     }
     // The fake tool's runs, without the identify runs, whose place depends on timing.
@@ -204,8 +201,7 @@ void TestCore::document_data()
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QString>("expected");
 
-    // Without a document: empty texts, not the "--" placeholder, and BFirst so that a boot order
-    // swap before the first report is defined.
+    // Without a document: empty texts, not "--", and BFirst, so that a swap before any is defined.
     QTest::newRow("no document") << QByteArray() << "BFirst |  |  |  |  |  |  |  |  |  | ";
     QTest::newRow("the simulated instrument")
             << QByteArray(R"({"model": "VX4120A", "serial": "1901035", "options": "0102/0117",
@@ -321,9 +317,7 @@ void TestCore::scenario()
     FakeCommandProcessor fake(nullptr);
     QCOMPARE(run(&fake, operations), simulated);
 
-    // A fresh instrument and address for every row.
-    static int rows = 0;
-    const QString address = QString("127.0.23.%1").arg(++rows);
+    const QString address = "127.0.23.1";
     InstrumentSimulator simulator;
     HttpReplyServer server(
             [&simulator](const std::string &path) { return simulator.respond(path); });
@@ -342,13 +336,12 @@ void TestCore::http_data()
 {
     QTest::addColumn<QString>("operation");
     QTest::addColumn<QList<QByteArray>>("replies");
-    QTest::addColumn<QString>("console"); // every response, joined; HOST stands for the address
-    QTest::addColumn<QString>("identity");
+    // Every response, joined, then every identity; HOST stands for the address.
+    QTest::addColumn<QString>("console");
     QTest::addColumn<QStringList>("requests");
 
     const QString error = "Connection error to HOST.\n";
     const QByteArray document = R"({"slotOrder": ["A", "B"], "slotCount": [4, 1], "usb": [{}]})";
-    const QString defaults = "B-first B:0 A:0 usb:";
     using Replies = QList<QByteArray>;
 
     QTest::newRow("install: polled until Finished at the end, on through empty pieces")
@@ -357,49 +350,45 @@ void TestCore::http_data()
                         "status 200 ",          "status 200 Prog 100%\nFinished.\nmore",
                         "status 200 Finished.", "status 200 Finished.\n"}
             << "Prog 0%\rProg 100%\nFinished.\nmoreFinished.Finished.\n"
-            << QString() << polls("ops/install", 5);
+            << polls("ops/install", 5);
     QTest::newRow("export: nothing running ends it at once")
             << "backUp" << Replies {"ops/backup 200 ", "status 200 No active process.\n"}
             << "No active process.\n"
-            << QString() << polls("ops/backup", 1);
+            << polls("ops/backup", 1);
     QTest::newRow("invalid UTF-8 is shown; NUL hides the text but the raw end counts")
             << "installSoftware"
             << Replies {"ops/install 200 ", QByteArray("status 200 a\0b", 14),
                         "status 200 caf\xc3\n", QByteArray("status 200 \xff\nc\0Finished.\n", 25)}
-            << "acaf\uFFFD\n\uFFFD\nc" << QString() << polls("ops/install", 3);
+            << "acaf\uFFFD\n\uFFFD\nc" << polls("ops/install", 3);
     QTest::newRow("a dropped poll ends it")
             << "installSoftware"
             << Replies {"ops/install 200 ", "status 200 Prog 0%\r", "status drop Prog 50%"}
-            << "Prog 0%\r" + error << QString() << polls("ops/install", 2);
-    QTest::newRow("text reply: NUL ends it, status words do not poll")
-            << "cancel" << Replies {QByteArray("cancel 200 Prog\r\0ped\n", 21)} << "Prog\r"
-            << QString() << QStringList {"cancel"};
-    // Qt 6 would follow it, and could not have on Qt 5.15, where the console was specified.
-    QTest::newRow("a redirect is a reply like any other")
-            << "reboot" << Replies {"reboot 302>elsewhere Moved.\n", "elsewhere 200 There.\n"}
-            << "Moved.\n"
-            << QString() << QStringList {"reboot"};
-    QTest::newRow("404 shows no body")
-            << "reboot" << Replies() << error << QString() << QStringList {"reboot"};
+            << "Prog 0%\r" + error << polls("ops/install", 2);
+    // Qt 6 would follow the redirect; Qt 5.15, where the console was specified, could not.
+    QTest::newRow("text reply: a redirect is shown, NUL ends it, status words do not poll")
+            << "cancel"
+            << Replies {QByteArray("cancel 302>elsewhere Prog\r\0ped\n", 31),
+                        "elsewhere 200 There.\n"}
+            << "Prog\r" << QStringList {"cancel"};
     QTest::newRow("larger than any real reply")
             << "reboot"
             << Replies {"reboot 200 "
                         + QByteArray(HttpCommandProcessor::MaximumBodySize + 1024 * 1024, 'x')}
-            << error << QString() << QStringList {"reboot"};
+            << error << QStringList {"reboot"};
     QTest::newRow("reset items as they stand, one naming no slot skipped first")
             << "reset: count, Slot A Count, a/b" << Replies()
-            << "Reset item \"count\" names no slot; skipped.\n" + error + error << QString()
+            << "Reset item \"count\" names no slot; skipped.\n" + error + error
             << QStringList {"ops/reset/Slot A Count", "ops/reset/a/b"};
     QTest::newRow("identity: log lines, then the document")
             << "identify" << Replies {"ops/identify 200 identify: ready\nok\n" + document}
-            << "Identity refreshed.\n"
-            << "A-first A:4 B:1 usb: --" << QStringList {"ops/identify"};
+            << "Identity refreshed.\nidentity: A-first A:4 B:1 usb: --"
+            << QStringList {"ops/identify"};
     QTest::newRow("identity: a trailing line feed leaves an empty document")
             << "identify" << Replies {"ops/identify 200 " + document + "\n"}
-            << "Identity refreshed.\n"
-            << defaults << QStringList {"ops/identify"};
+            << "Identity refreshed.\nidentity: B-first B:0 A:0 usb:"
+            << QStringList {"ops/identify"};
     QTest::newRow("identity: failed") << "identify" << Replies {"ops/identify 500 " + document}
-                                      << error << QString() << QStringList {"ops/identify"};
+                                      << error << QStringList {"ops/identify"};
 }
 
 void TestCore::http()
@@ -407,7 +396,6 @@ void TestCore::http()
     QFETCH(QString, operation);
     QFETCH(QList<QByteArray>, replies);
     QFETCH(QString, console);
-    QFETCH(QString, identity);
     QFETCH(QStringList, requests);
 
     // A fresh address for each row: no connection is reused. A reply is "path code body" ("drop":
@@ -441,9 +429,9 @@ void TestCore::http()
     QVERIFY(QTest::qWaitFor([&] { return !http.isBusy() && events.events.endsWith("busy: false"); },
                             20000));
 
-    QCOMPARE(only(&events, "response").join("").remove("response: "),
+    QCOMPARE(only(&events, "response").join("").remove("response: ")
+                     + only(&events, "identity").join(""),
              SignalRecorder::visible(console).replace("HOST", address));
-    QCOMPARE(only(&events, "identity").join("").remove("identity: "), identity);
     // Sorted: requests sent at once race each other, so their order of arrival means nothing.
     const std::lock_guard<std::mutex> lock(mutex);
     received.sort();
@@ -473,7 +461,6 @@ void TestCore::httpTeardownInFlight()
     QCOMPARE(reports, 0);
 }
 
-// What only the local back end does, against the fake tool.
 void TestCore::onRun(const QString &command, const QByteArray &script)
 {
     QFile file(folder->filePath(command));
@@ -501,15 +488,16 @@ void TestCore::local_data()
     QTest::addColumn<QStringList>("expectedCalls");
     QTest::addColumn<QString>("events");
 
-    // Busy only while a command runs; one identify once the commands are done.
+    // Busy only while a command runs; one identify once the commands are done. Identify, an empty
+    // reset and a cancel with nothing running report nothing else.
     const QString run = "busy: false | busy: true | busy: false | " + Finished + " | ";
     const QString identity = "identity: B-first B:0 A:0 usb:";
-    QTest::newRow("install, export")
-            << QStringList() << QStringList {"installSoftware", "settle", "backUp"}
-            << QStringList {"[install]", "[backup]"} << run + identity + " | " + run + identity;
-    QTest::newRow("boot order out of range: B")
-            << QStringList() << QStringList {"setBootOrder 7"}
-            << QStringList {"[reset][boot][order][B]"} << run + identity;
+    QTest::newRow("install, export, boot order out of range: B")
+            << QStringList()
+            << QStringList {"identify", "settle", "reset:", "cancel",        "installSoftware",
+                            "settle",   "backUp", "settle", "setBootOrder 7"}
+            << QStringList {"[install]", "[backup]", "[reset][boot][order][B]"}
+            << identity + " | " + run + identity + " | " + run + identity + " | " + run + identity;
     QTest::newRow("reset words, in list order")
             << QStringList()
             << QStringList {"reset: factory count, slot  a count, discount, , Slot A Count"}
@@ -517,11 +505,7 @@ void TestCore::local_data()
                             "[reset][Slot A Count]"}
             << run + run + "response: Reset item \"discount\" names no slot; skipped.\\n | " + run
                     + run + identity;
-    QTest::newRow("identify is not busy; nothing to reset, nothing to cancel")
-            << QStringList() << QStringList {"identify", "settle", "reset:", "cancel"}
-            << QStringList() << identity;
-    // Each piece that the tool prints goes out on its own, up to a zero byte; the next is printed
-    // once it has arrived.
+    // Each piece that the tool prints goes out on its own, up to a zero byte.
     QTest::newRow("a line in pieces, a zero byte")
             << QStringList {"backup: printf 'Copy'; await 1; printf 'ing\\r100%%\\r\\000cd'; "
                             "await 2; printf 'Gr\\303\\274\\303\\237e'"}

@@ -1,14 +1,12 @@
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
-#include "tests/continuepasthelp.h"
+#include "tests/shownwindow.h"
 
 #include <QApplication>
-#include <QTest>
 #include <QTextEdit>
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 
 // Any sequence of chunks, each as a back end delivers it, leaves the text a terminal would show,
 // as long as no line wraps. Each input byte is one step: the end of a chunk, a carriage return, a
@@ -21,12 +19,9 @@ namespace {
 struct Console
 {
     Console()
+        : window(shownWindow(QString()))
     {
-        continuePastHelpScreen();
-        window = std::make_unique<OstrelRecovery>(QString());
-        window->setWindowState(Qt::WindowNoState);
-        window->show();
-        if (!QTest::qWaitForWindowExposed(window.get()))
+        if (!window)
             std::abort();
     }
 

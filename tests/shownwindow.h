@@ -1,0 +1,27 @@
+#pragma once
+
+#include "app/ostrelrecovery.h"
+
+#include <QDialog>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+
+// A window, shown at the designed size. Built without a host, it runs the start-up help screen
+// inside its constructor, which is continued past as soon as it is up, as a user would.
+inline std::unique_ptr<OstrelRecovery> shownWindow(const QString &hostName)
+{
+    QTimer::singleShot(0, qApp, [] {
+        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
+            dialog->reject();
+    });
+    auto window = std::make_unique<OstrelRecovery>(hostName);
+    // The instrument build asks for full screen, and the offscreen screen is smaller than the
+    // instrument's: the layout is checked at the designed size, the state in window().
+    window->setWindowState(Qt::WindowNoState);
+    window->show();
+    if (!QTest::qWaitForWindowExposed(window.get()))
+        return nullptr;
+    return window;
+}
