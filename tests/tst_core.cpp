@@ -500,7 +500,7 @@ void TestCore::local_data()
             << identity + " | " + run + identity + " | " + run + identity + " | " + run + identity;
     QTest::newRow("reset words, in list order")
             << QStringList()
-            << QStringList {"reset: factory count, slot  a count, discount, , Slot A Count"}
+            << QStringList {"reset: factory count a, slot  a count, discount, , Slot A Count"}
             << QStringList {"[reset][boot][count][COUNT]", "[reset][boot][count][]", "[reset][]",
                             "[reset][Slot A Count]"}
             << run + run + "response: Reset item \"discount\" names no slot; skipped.\\n | " + run
@@ -532,9 +532,9 @@ void TestCore::local_data()
                              << QVector<QString>(6, "busy: false").toList().join(" | ");
     // A run that outlives the wait is left alone, and what depended on it does not happen.
     QTest::newRow("reboot: the reset outlives the wait")
-            << QStringList {"reset: await go"}
+            << QStringList {"reset: await go; printf late"}
             << QStringList {"wait 300", "reboot", "busy", "go go"}
-            << QStringList {"[reset][boot][count][A]"} << Finished;
+            << QStringList {"[reset][boot][count][A]"} << "response: late | " + Finished;
     // reboot() resets the boot count of the slot that the last identify named first, "A" before
     // any; the identify after the first one names "b".
     QTest::newRow("reboot twice") << QStringList {R"(identify: printf '{"slotOrder": ["b", "a"]}')"}

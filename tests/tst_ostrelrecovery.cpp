@@ -319,8 +319,8 @@ void TestOstrelRecovery::manyLinesInOneReply()
 
 // The dialogs and the status panel: what each shows after the steps, and what it asked for. A
 // step clicks what its text starts, shows the screen again, presses "keys" (all but F12, which
-// none reacts to) or "F12" (with Shift), or hands over "old slots" or "one slot" (B, with a model
-// and options).
+// none reacts to) or "F12" (with Shift), or hands over "old slots", an "identity" with every field
+// told apart, or "one slot" (its slot B alone).
 void TestOstrelRecovery::dialogs_data()
 {
     QTest::addColumn<QString>("screen");
@@ -366,11 +366,13 @@ void TestOstrelRecovery::dialogs_data()
             << "shown";
     // A space after every slash of the options, so that the line can wrap between the codes.
     QTest::newRow("status panel: an identity")
-            << "status" << QStringList {"old slots", "one slot"}
-            << ": 0,0 1x1 Model: VX4120A | 0,1 1x1 Boot Version:  | 0,2 1x1 Serial:  | 1,0 1x1 IP "
-               "Address:  | 1,1 1x1 Gateway:  | 1,2 1x1 Subnet Mask:  | 2,0 1x1 Recovery Version:  "
-               "| 3,0 2x3 Options: 0102/ 0117/  0135/  (wraps) | 5,0 1x3 Boot First"
-                    + slotB + " | 6,0 1x3 Boot Second" + none
+            << "status" << QStringList {"old slots", "identity"}
+            << ": 0,0 1x1 Model: VX4120A | 0,1 1x1 Boot Version: B1 | 0,2 1x1 Serial: S1 | 1,0 1x1 "
+               "IP Address: 10.0.0.2 | 1,1 1x1 Gateway: 10.0.0.1 | 1,2 1x1 Subnet Mask: 255.0.0.0 "
+               "| "
+               "2,0 1x1 Recovery Version: R1 | 3,0 2x3 Options: 0102/ 0117/  0135/  (wraps) | 5,0 "
+               "1x3 Boot First"
+                    + slotB + " | 6,0 1x3 Boot Second{Slot:\\tA | Version:\\t-- | Count:\\t7}"
             << "shown";
 }
 
@@ -391,9 +393,10 @@ void TestOstrelRecovery::dialogs()
     }
     widget->show();
     QVERIFY(QTest::qWaitForWindowExposed(widget.get()));
-    OstrelIdentity identity = withSlots({{"B", "T1", -1}});
-    identity.model = "VX4120A";
-    identity.options = "0102/0117/ 0135/";
+    const OstrelIdentity identity(QJsonDocument::fromJson(
+            R"({"model": "VX4120A", "serial": "S1", "options": "0102/0117/ 0135/", "bootVersion": "B1",
+                "recoveryVersion": "R1", "slotBVersion": "T1", "slotCount": [-1, 7],
+                "network": {"ip": "10.0.0.2", "subnet": "255.0.0.0", "gateway": "10.0.0.1"}})"));
     for (const QString &step : steps) {
         if (step == "show") {
             widget->show();
@@ -404,9 +407,11 @@ void TestOstrelRecovery::dialogs()
                 QTest::keyClick(widget.get(), key);
         } else if (step == "F12") {
             QTest::keyClick(widget.get(), Qt::Key_F12, Qt::ShiftModifier);
-        } else if (step == "one slot" || step == "old slots") {
-            const OstrelIdentity given
-                    = step == "one slot" ? identity : withSlots({{"X", "old", 9}, {"Y", "old", 9}});
+        } else if (step == "identity" || step == "one slot" || step == "old slots") {
+            OstrelIdentity given = step == "old slots"
+                    ? withSlots({{"X", "old", 9}, {"Y", "old", 9}})
+                    : identity;
+            given.slotList = given.slotList.mid(0, step == "one slot" ? 1 : 2);
             if (auto *menu = qobject_cast<BootMenu *>(widget.get()))
                 menu->refreshBootOrder(given);
             else
@@ -453,7 +458,8 @@ void TestOstrelRecovery::helpScreenFirst()
         QCOMPARE(menu->size(), QSize(1280, 800));
         // The style sheet selects the dialog by its class name and the title by its object name.
         for (QWidget *widget : menu->findChildren<QWidget *>())
-            QCOMPARE(widget->font().pixelSize(), widget->objectName() == "TitleLabel" ? 50 : 30);
+            QCOMPARE(widget->font().pixelSize(),
+                     widget == find<QLabel>(menu, "RECOVERY") ? 50 : 30);
         find<QPushButton>(menu, "REBOOT INSTRUMENT")->click();
         QVERIFY(menu->isVisible());
         if (!InstrumentBuild)
