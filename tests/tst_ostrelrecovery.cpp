@@ -239,8 +239,6 @@ void TestOstrelRecovery::chunks_data()
     for (int length = 20; length < 60; ++length)
         lines << '\n' + QString(length, 'm');
     QTest::newRow("laid out") << lines << lines.join("");
-    // What stays of a wrapped line depends on the width: "?" leaves it to the rich-text console.
-    QTest::newRow("a wrapped line redrawn") << QStringList {QString(300, 'w'), "\rProg 1%"} << "?";
 }
 
 // Each chunk leaves the cursor and the view at the end (scrolled away before it: the range must
@@ -268,8 +266,7 @@ void TestOstrelRecovery::chunks()
         QCOMPARE(console->cursorRect(), reference->cursorRect());
         QCOMPARE(console->viewport()->grab().toImage(), reference->viewport()->grab().toImage());
     }
-    if (text != "?")
-        QCOMPARE(console->toPlainText(), text);
+    QCOMPARE(console->toPlainText(), text);
     QCoreApplication::processEvents();
     QCOMPARE(scrollBar->value(), scrollBar->maximum());
     QCOMPARE(console->textCursor().position(), console->document()->characterCount() - 1);
@@ -448,6 +445,13 @@ void TestOstrelRecovery::helpScreenFirst()
     std::unique_ptr<QSignalSpy> identities;
     QTimer::singleShot(0, this, [&] {
         auto *menu = qobject_cast<HelpMessageRebootMenu *>(QApplication::activeModalWidget());
+        // Left whatever the checks find, so that a failure ends the test instead of hanging it.
+        const auto leave = qScopeGuard([&] {
+            identities = std::make_unique<QSignalSpy>(
+                    menu->parent()->findChild<AbstractCommandProcessor *>(),
+                    &AbstractCommandProcessor::identityUpdated);
+            find<QPushButton>(menu, "CONTINUE TO RECOVERY MODE")->click();
+        });
         QVERIFY(menu && !qobject_cast<QWidget *>(menu->parent())->isVisible());
         QVERIFY(menu->windowFlags() & Qt::FramelessWindowHint);
         QCOMPARE(menu->size(), QSize(1280, 800));
@@ -459,10 +463,6 @@ void TestOstrelRecovery::helpScreenFirst()
         QVERIFY(menu->isVisible());
         if (!InstrumentBuild)
             QTest::keyClick(menu, Qt::Key_F12);
-        identities = std::make_unique<QSignalSpy>(
-                menu->parent()->findChild<AbstractCommandProcessor *>(),
-                &AbstractCommandProcessor::identityUpdated);
-        find<QPushButton>(menu, "CONTINUE TO RECOVERY MODE")->click();
     });
     OstrelRecovery window {QString()};
     QVERIFY(identities); // the help screen was up
