@@ -360,10 +360,9 @@ void TestOstrelRecovery::dialogs_data()
     QTest::newRow("status panel: an identity")
             << "status" << QStringList {"old slots", "identity"}
             << ": 0,0 1x1 Model: VX4120A | 0,1 1x1 Boot Version: B1 | 0,2 1x1 Serial: S1 | 1,0 1x1 "
-               "IP Address: 10.0.0.2 | 1,1 1x1 Gateway: 10.0.0.1 | 1,2 1x1 Subnet Mask: 255.0.0.0 "
-               "| "
-               "2,0 1x1 Recovery Version: R1 | 3,0 2x3 Options: 0102/ 0117/  0135/  (wraps) | 5,0 "
-               "1x3 Boot First"
+               "IP Address: 10.0.0.2 | 1,1 1x1 Gateway: 10.0.0.1 | 1,2 1x1 Subnet Mask: "
+               "255.0.0.0 | 2,0 1x1 Recovery Version: R1 | 3,0 2x3 Options: 0102/ 0117/  0135/  "
+               "(wraps) | 5,0 1x3 Boot First"
                     + slotB + " | 6,0 1x3 Boot Second{Slot:\\tA | Version:\\t-- | Count:\\t7}"
             << "shown";
 }
@@ -479,7 +478,6 @@ void TestOstrelRecovery::helpScreenFirst()
     QCOMPARE(identities->count(), 1); // asked again on leaving the help screen
     const QStringList help = QDir().entryList(QDir::Files);
     QCOMPARE(help.size(), 1);
-    QCOMPARE(QImage(help.first()).size(), QSize(1280, 800));
     QVERIFY(QFile::remove(help.first()));
     window.show();
     for (const Qt::Key key : {Qt::Key_F11, Qt::Key_Escape, Qt::Key_Print})

@@ -37,8 +37,7 @@ struct Console
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static Console state;
-    const auto &window = state.window;
-    auto *console = window->findChild<QTextEdit *>();
+    auto *console = state.window->findChild<QTextEdit *>();
     console->clear();
 
     QStringList terminal {QString()}; // a line feed starts a line, a carriage return blanks it
@@ -46,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString alphabet = QStringLiteral("abcXYZ019 %:.é");
     for (size_t i = 0; i <= size; ++i) {
         if (i == size || data[i] % 8 == 0) {
-            emit window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
+            emit state.window->findChild<AbstractCommandProcessor *>()->responseReceived(chunk);
             chunk.clear();
         } else if (data[i] % 8 == 1) {
             chunk.append(QLatin1Char('\r'));
