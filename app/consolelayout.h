@@ -2,6 +2,8 @@
 
 #include <QAbstractTextDocumentLayout>
 
+#include <map>
+#include <set>
 #include <vector>
 
 class QTextLayout;
@@ -30,18 +32,26 @@ protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
 
 private:
-    qreal measure(const QTextBlock &block) const;
-    qreal layOut(QTextLayout *layout) const;
-    qreal top(int blockNumber) const;
+    qint64 measure(const QTextBlock &block, qint64 *reach) const;
+    qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
+    qint64 top(int blockNumber) const;
     void updateMetrics();
 
-    // The bottom of every block in document coordinates, by block number.
-    std::vector<qreal> bottoms;
+    // The bottom of every block in document coordinates, by block number; like every length in
+    // fixed point below, in 64ths of a pixel.
+    std::vector<qint64> bottoms;
+    // The blocks with a line that reaches beyond the page, by number, and how far each reaches:
+    // the document is as wide as the farthest.
+    std::map<int, qint64> wideBlocks;
+    std::multiset<qint64> reaches;
     qreal pageWidth = -1;
-    qreal margin = 0;
+    qreal documentMargin = 0;
+    // The document margin as laid out on the paint device, in fixed point.
+    qint64 margin = 0;
+    qreal lineWidth = 0;
     // A block of printable ASCII no wider than this is one line of the font's height, which saves
     // shaping it: most of what an instrument prints.
     qreal singleLineWidth = 0;
     qreal maxAsciiAdvance = 0;
-    qreal singleLineHeight = 0;
+    qint64 singleLineHeight = 0;
 };

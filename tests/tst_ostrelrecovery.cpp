@@ -232,13 +232,33 @@ void TestOstrelRecovery::chunks_data()
     QTest::newRow("markup and NUL are text like any other")
             << QStringList {QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n"}
             << QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n";
-    // Lines from well within the width to just over it, tabs, wide characters and long words.
-    QStringList lines {"short\n\ttabbed\tline\n\n",
-                       QString::fromUtf8("\xe4\xb8\xad\xe6\x96\x87 \xf0\x9f\x98\x80\n"),
-                       QString("line %1\n").repeated(40), QString("word ").repeated(90)};
-    for (int length = 20; length < 60; ++length)
-        lines << '\n' + QString(length, 'm');
-    QTest::newRow("laid out") << lines << lines.join("");
+    // Mixed output of the test's own making, the same at every run: lines short and long, tabs,
+    // control characters, line separators, combining accents, right-to-left scripts, Chinese,
+    // emoji and box drawing, cut into chunks anywhere, with carriage returns among them.
+    const QStringList pieces {"word ",
+                              "line 42 ",
+                              "\t",
+                              "\x01\x07",
+                              "\n",
+                              "\r",
+                              "\r\n",
+                              "\u2028",
+                              "e\u0301\u00e9 ",
+                              "\u05e9\u05dc\u05d5\u05dd ",
+                              "\u0633\u0644\u0627\u0645",
+                              "\u4e2d\u6587",
+                              "\U0001f600",
+                              "\u2500\u2502\u250c",
+                              "0123456789"};
+    for (const quint32 seed : {1u, 2u}) {
+        QRandomGenerator random(seed);
+        QStringList chunks;
+        for (QString chunk; chunks.size() < 1000; chunks << chunk, chunk.clear()) {
+            for (int count = random.bounded(12); count > 0; --count)
+                chunk += pieces.at(random.bounded(pieces.size())).repeated(1 + random.bounded(4));
+        }
+        QTest::newRow(qPrintable(QString("mixed, seed %1").arg(seed))) << chunks << QString();
+    }
 }
 
 // Each chunk leaves the cursor and the view at the end (scrolled away before it: the range must
@@ -266,7 +286,8 @@ void TestOstrelRecovery::chunks()
         QCOMPARE(console->cursorRect(), reference->cursorRect());
         QCOMPARE(console->viewport()->grab().toImage(), reference->viewport()->grab().toImage());
     }
-    QCOMPARE(console->toPlainText(), text);
+    if (!text.isNull())
+        QCOMPARE(console->toPlainText(), text);
     QCoreApplication::processEvents();
     QCOMPARE(scrollBar->value(), scrollBar->maximum());
     QCOMPARE(console->textCursor().position(), console->document()->characterCount() - 1);
