@@ -17,6 +17,8 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QScroller>
+#include <QScrollerProperties>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextEdit>
@@ -187,6 +189,8 @@ void OstrelRecovery::handleResponseReceived(const QString &response)
         // out once for both, and leaves the same text as a delete followed by an insert at the end.
         cursor.insertText(parts.at(i));
     }
+    // New output brings the end into view, also while a flick is still under way.
+    QScroller::scroller(console->viewport())->stop();
     QScrollBar *scrollBar = console->verticalScrollBar();
     scrollBar->setValue(scrollBar->maximum());
 }
@@ -255,6 +259,16 @@ void OstrelRecovery::createConsoleGroup()
     // the layout it makes itself.
     consoleLayout->setPaintDevice(console->viewport());
     console->document()->setDocumentLayout(consoleLayout);
+    // On the instrument's touch screen a finger drags the text and flicks it on; at either end
+    // the text stops, since a read-only log has nothing to spring back from.
+    QScroller::grabGesture(console->viewport(), QScroller::TouchGesture);
+    QScroller *scroller = QScroller::scroller(console->viewport());
+    QScrollerProperties properties = scroller->scrollerProperties();
+    for (const auto policy : {QScrollerProperties::HorizontalOvershootPolicy,
+                              QScrollerProperties::VerticalOvershootPolicy})
+        properties.setScrollMetric(policy,
+                                   QVariant::fromValue(QScrollerProperties::OvershootAlwaysOff));
+    scroller->setScrollerProperties(properties);
     auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 

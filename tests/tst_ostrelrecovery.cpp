@@ -117,6 +117,7 @@ private slots:
     void chunks();
     void wrappedLine();
     void manyLinesInOneReply();
+    void touch();
     void dialogs_data();
     void dialogs();
     void helpScreenFirst();
@@ -328,6 +329,77 @@ void TestOstrelRecovery::manyLinesInOneReply()
     const QString text = http.findChild<QTextEdit *>()->toPlainText();
     QVERIFY(text.endsWith("x\nx\nFinished.\n"));
     QCOMPARE(text.count("x\n"), Lines);
+}
+
+// Notes the farthest a scroll took the text past an end.
+struct Overshoot : QObject
+{
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Scroll)
+            farthest = std::max(
+                    farthest,
+                    static_cast<QScrollEvent *>(event)->overshootDistance().manhattanLength());
+        return false;
+    }
+    qreal farthest = 0;
+};
+
+// A finger on the touch screen: a drag moves the text with it, a flick goes on and slows down,
+// stopping at the start without overshooting, new output still scrolls to the end, and a tap on
+// a button clicks it.
+void TestOstrelRecovery::touch()
+{
+    const auto window = shownWindow(QString());
+    QVERIFY(window);
+    auto *console = window->findChild<QTextEdit *>();
+    QScrollBar *bar = console->verticalScrollBar();
+    feed(window.get(), QString("line\n").repeated(300));
+    auto *screen = QTest::createTouchDevice();
+    Overshoot overshoot;
+    console->viewport()->installEventFilter(&overshoot);
+    QScroller *scroller = QScroller::scroller(console->viewport());
+    // Down the viewport from y, by step every 10 ms, then up after a pause or at once.
+    const auto swipe = [&](int y, int step, int moves, bool pause) {
+        QTest::touchEvent(console->viewport(), screen)
+                .press(0, QPoint(300, y), console->viewport());
+        for (int i = 1; i <= moves; ++i) {
+            QTest::qWait(10);
+            QTest::touchEvent(console->viewport(), screen)
+                    .move(0, QPoint(300, y + i * step), console->viewport());
+        }
+        if (pause)
+            QTest::qWait(500);
+        QTest::touchEvent(console->viewport(), screen)
+                .release(0, QPoint(300, y + moves * step), console->viewport());
+    };
+    const int end = bar->maximum();
+    swipe(20, 10, 15, true);
+    QCOMPARE(bar->value(), end - 150);
+    // Flicked, the text goes on after the finger has left, each 100 ms less far, and stops.
+    swipe(20, 40, 4, false);
+    QList<int> steps;
+    for (int value = bar->value(); scroller->state() != QScroller::Inactive; QTest::qWait(100))
+        steps << std::exchange(value, bar->value()) - value;
+    QVERIFY2(steps.size() > 2 && steps.last() < *std::max_element(steps.cbegin(), steps.cend()),
+             qPrintable(QString::number(steps.size())));
+    bar->setValue(200);
+    swipe(20, 40, 4, false);
+    QTRY_COMPARE(scroller->state(), QScroller::Inactive);
+    QCOMPARE(bar->value(), 0);
+    QCOMPARE(overshoot.farthest, 0);
+    bar->setValue(end / 2);
+    swipe(20, 40, 4, false);
+    feed(window.get(), "more\n");
+    QTest::qWait(200);
+    QCOMPARE(bar->value(), bar->maximum());
+    auto *install = find<QPushButton>(window.get(), "INSTALL SW");
+    QSignalSpy clicks(install, &QPushButton::clicked);
+    QTest::touchEvent(window.get(), screen)
+            .press(0, install->geometry().center(), install->parentWidget());
+    QTest::touchEvent(window.get(), screen)
+            .release(0, install->geometry().center(), install->parentWidget());
+    QTRY_COMPARE(clicks.count(), 1);
 }
 
 // The dialogs and the status panel: what each shows after the steps, and what it asked for. A
