@@ -45,14 +45,7 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
         processor = new HttpCommandProcessor(hostName, this);
         setWindowTitle(windowTitle() + QStringLiteral(" (%1)").arg(hostName));
     } else if (InstrumentBuild) {
-#ifdef OSTREL_STAND_IN_TOOL
-        // A test build: the simulated tool, which also stands in for reboot.
-        processor = new CommandProcessor(QStringLiteral(OSTREL_STAND_IN_TOOL),
-                                         QStringLiteral(OSTREL_STAND_IN_TOOL),
-                                         CommandProcessor::DefaultWaitMilliseconds, this);
-#else
         processor = new CommandProcessor(this);
-#endif
     } else {
         processor = new FakeCommandProcessor(this);
     }

@@ -6,6 +6,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+const QString CommandProcessor::DefaultToolPath = QStringLiteral(OSTREL_SERVICE_TOOL);
+const QString CommandProcessor::DefaultRebootCommand = QStringLiteral(OSTREL_REBOOT_COMMAND);
+
 CommandProcessor::CommandProcessor(QObject *parent)
     : CommandProcessor(DefaultToolPath, DefaultRebootCommand, DefaultWaitMilliseconds, parent)
 { }

@@ -30,8 +30,9 @@ public:
     void cancel() override;
     void ejectUSB() override;
 
-    static inline const QString DefaultToolPath = QStringLiteral("/usr/bin/recovery-ops");
-    static inline const QString DefaultRebootCommand = QStringLiteral("reboot");
+    // The build's settings: the instrument's own, or stand-ins in a build for testing.
+    static const QString DefaultToolPath;
+    static const QString DefaultRebootCommand;
     static constexpr int DefaultWaitMilliseconds = 30000;
 
 private:
