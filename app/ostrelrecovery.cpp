@@ -1,6 +1,6 @@
 #include "app/ostrelrecovery.h"
 
-#include "app/consolelayout.h"
+#include "app/console.h"
 #include "dialogs/bootmenu.h"
 #include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
@@ -16,12 +16,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QScrollBar>
-#include <QScroller>
-#include <QScrollerProperties>
-#include <QTextCursor>
-#include <QTextDocument>
-#include <QTextEdit>
 #include <QVBoxLayout>
 
 namespace {
@@ -129,8 +123,8 @@ void OstrelRecovery::handleExportClicked()
 
 void OstrelRecovery::handleInstallSoftwareClicked()
 {
-    insertConsoleText(tr("Installing Software\n"));
-    insertConsoleText(tr("This might take some time\n"));
+    console->insertAtEnd(tr("Installing Software\n"));
+    console->insertAtEnd(tr("This might take some time\n"));
     processor->installSoftware();
 }
 
@@ -149,7 +143,7 @@ void OstrelRecovery::handleRebootClicked()
 void OstrelRecovery::handleBootOrderChanged()
 {
     const bool aFirst = identity.slotOrder == OstrelIdentity::AFirst;
-    insertConsoleText(tr("Boot order set %1\n").arg(aFirst ? tr("B to A") : tr("A to B")));
+    console->insertAtEnd(tr("Boot order set %1\n").arg(aFirst ? tr("B to A") : tr("A to B")));
     processor->setBootOrder(aFirst ? OstrelIdentity::BFirst : OstrelIdentity::AFirst);
 }
 
@@ -164,28 +158,9 @@ void OstrelRecovery::handleScreenshotRequested(QPixmap pixMap)
             QStringLiteral("%1/%2").arg(screenshotFolder(identity, desktopMode), fileName)));
 }
 
-// Appends one chunk as a terminal would: each carriage return erases the last display line (of a
-// wrapped paragraph only the last line the widget shows) and what follows is written in its place.
 void OstrelRecovery::handleResponseReceived(const QString &response)
 {
-    const QStringList parts = response.split(QLatin1Char('\r'));
-    QTextCursor cursor = console->textCursor();
-    if (!parts.first().isEmpty()) {
-        cursor.movePosition(QTextCursor::End);
-        cursor.insertText(parts.first());
-    }
-    for (int i = 1; i < parts.size(); ++i) {
-        cursor.movePosition(QTextCursor::End);
-        cursor.movePosition(QTextCursor::StartOfLine);
-        cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-        // Writing over the selection deletes it and inserts in one edit, so the document is laid
-        // out once for both, and leaves the same text as a delete followed by an insert at the end.
-        cursor.insertText(parts.at(i));
-    }
-    // New output brings the end into view, also while a flick is still under way.
-    QScroller::scroller(console->viewport())->stop();
-    QScrollBar *scrollBar = console->verticalScrollBar();
-    scrollBar->setValue(scrollBar->maximum());
+    console->appendOutput(response);
 }
 
 void OstrelRecovery::handleIdentityUpdated(const OstrelIdentity &newIdentity)
@@ -230,38 +205,7 @@ void OstrelRecovery::createConsoleGroup()
 {
     consoleGroup = new QGroupBox(tr("Console"), this);
     consoleGroup->setFixedHeight(ConsoleHeight);
-    console = new QTextEdit(consoleGroup);
-    console->setReadOnly(true);
-    console->setTextInteractionFlags(Qt::NoTextInteraction);
-    // The console is never edited by hand, and an undo stack would keep every progress line it
-    // ever overwrote.
-    console->setUndoRedoEnabled(false);
-    // Left to right, as a terminal writes: with the direction left open, every cursor movement
-    // scans the whole last paragraph to guess it.
-    QTextOption textOption = console->document()->defaultTextOption();
-    textOption.setTextDirection(Qt::LeftToRight);
-    console->document()->setDefaultTextOption(textOption);
-    // Wrapped at the edge like a terminal, not at word boundaries: looking for a word boundary
-    // in a line that has none costs time quadratic in its length, so one unbroken megabyte from
-    // the instrument would freeze the console for a minute.
-    console->setWordWrapMode(QTextOption::WrapAnywhere);
-    // The rich-text layout takes time that grows with the text it already holds, and froze the
-    // console for minutes once it held some hundred thousand lines.
-    auto *consoleLayout = new ConsoleLayout(console->document());
-    // Tab stops scale with the resolution of the device drawn on, as the widget sets it up for
-    // the layout it makes itself.
-    consoleLayout->setPaintDevice(console->viewport());
-    console->document()->setDocumentLayout(consoleLayout);
-    // On the instrument's touch screen a finger drags the text and flicks it on; at either end
-    // the text stops, since a read-only log has nothing to spring back from.
-    QScroller::grabGesture(console->viewport(), QScroller::TouchGesture);
-    QScroller *scroller = QScroller::scroller(console->viewport());
-    QScrollerProperties properties = scroller->scrollerProperties();
-    for (const auto policy : {QScrollerProperties::HorizontalOvershootPolicy,
-                              QScrollerProperties::VerticalOvershootPolicy})
-        properties.setScrollMetric(policy,
-                                   QVariant::fromValue(QScrollerProperties::OvershootAlwaysOff));
-    scroller->setScrollerProperties(properties);
+    console = new Console(consoleGroup);
     auto *layout = new QVBoxLayout(consoleGroup);
     layout->addWidget(console);
 
@@ -340,14 +284,6 @@ QPushButton *OstrelRecovery::createButton(const QString &text, QWidget *parent)
     auto *button = new QPushButton(text, parent);
     button->setFixedHeight(ButtonHeight);
     return button;
-}
-
-// The window's own fixed lines go in as they are: no carriage-return handling and no scrolling.
-void OstrelRecovery::insertConsoleText(const QString &text)
-{
-    QTextCursor cursor = console->textCursor();
-    cursor.movePosition(QTextCursor::End);
-    cursor.insertText(text);
 }
 
 // Without an instrument host the only thing a reboot would reach is the simulator.

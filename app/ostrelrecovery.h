@@ -6,13 +6,13 @@
 
 class AbstractCommandProcessor;
 class BootMenu;
+class Console;
 class HelpMessageRebootMenu;
 class QGroupBox;
 class Resetmenu;
 class StatusWidget;
 class QLabel;
 class QPushButton;
-class QTextEdit;
 
 // The console as built to run on the instrument itself: full screen, REBOOT whenever nothing runs,
 // screenshots onto the USB stick, and the instrument's own service tool behind it when no host is
@@ -66,7 +66,6 @@ private:
     void createStatusGroup();
 
     QPushButton *createButton(const QString &text, QWidget *parent);
-    void insertConsoleText(const QString &text);
     bool rebootLocked() const;
 
     AbstractCommandProcessor *processor = nullptr;
@@ -82,7 +81,7 @@ private:
     QPushButton *bootOrderButton = nullptr;
     QPushButton *rebootButton = nullptr;
     QPushButton *cancelButton = nullptr;
-    QTextEdit *console = nullptr;
+    Console *console = nullptr;
     StatusWidget *statusWidget = nullptr;
     QPushButton *ejectButton = nullptr;
     QLabel *usbStatusLabel = nullptr;

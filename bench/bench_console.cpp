@@ -71,10 +71,10 @@ public:
     }
 };
 
-class Console : public Widget
+class InWindow : public Widget
 {
 public:
-    Console()
+    InWindow()
         : window(shownWindow(QString()))
     {
         processor = window->findChild<AbstractCommandProcessor *>();
@@ -170,7 +170,7 @@ QList<QList<double>> matrix(Make make)
 
 void appendCosts(QSize size)
 {
-    const QList<QList<double>> console = matrix([] { return std::make_unique<Console>(); });
+    const QList<QList<double>> console = matrix([] { return std::make_unique<InWindow>(); });
     const QList<QList<double>> reference
             = matrix([size] { return std::make_unique<Reference>(size); });
     const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
@@ -210,7 +210,7 @@ void memoryPerLine(QSize size)
         const double before = residentBytes();
         std::unique_ptr<Widget> widget;
         if (which == 0)
-            widget = std::make_unique<Console>();
+            widget = std::make_unique<InWindow>();
         else
             widget = std::make_unique<Reference>(size);
         widget->fillTo(Lines);
@@ -229,7 +229,7 @@ void longLines()
 {
     QList<double> costs;
     for (const int length : {1000, 10000, 100000}) {
-        Console console;
+        InWindow console;
         console.append(QString(length, QLatin1Char('.')));
         QCoreApplication::processEvents();
         constexpr int Appends = 50;
@@ -247,7 +247,7 @@ void longLines()
 
 void progressOverwrites()
 {
-    Console console;
+    InWindow console;
     const auto overwrite = [&console](int from, int to) {
         for (int count = from; count < to; ++count)
             console.append(QStringLiteral("\rProg %1%").arg(count % 101));
@@ -269,7 +269,7 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    const QSize consoleSize = Console().consoleSize();
+    const QSize consoleSize = InWindow().consoleSize();
     appendCosts(consoleSize);
     memoryPerLine(consoleSize);
     longLines();
