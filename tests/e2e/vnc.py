@@ -11,26 +11,22 @@ import sys
 import time
 
 
-def receive(connection, size):
-    data = b""
-    while len(data) < size:
-        piece = connection.recv(size - len(data))
-        if not piece:
-            sys.exit("the VNC server closed the connection")
-        data += piece
+def receive(size):
+    data = stream.read(size)
+    if len(data) < size:
+        sys.exit("the VNC server closed the connection")
     return data
 
 
 def shot(connection, width, height):
-    """The whole screen as red, green and blue bytes."""
     screen = bytearray(width * height * 4)
     connection.sendall(struct.pack(">BBHHHH", 3, 0, 0, 0, width, height))
-    while receive(connection, 1)[0] == 2:  # a bell
+    while receive(1)[0] == 2:  # a bell
         pass
-    receive(connection, 1)
-    for _ in range(struct.unpack(">H", receive(connection, 2))[0]):
-        x, y, w, h, _ = struct.unpack(">HHHHi", receive(connection, 12))
-        pixels = receive(connection, w * h * 4)
+    receive(1)
+    for _ in range(struct.unpack(">H", receive(2))[0]):
+        x, y, w, h, _ = struct.unpack(">HHHHi", receive(12))
+        pixels = receive(w * h * 4)
         for row in range(h):
             start = ((y + row) * width + x) * 4
             screen[start:start + w * 4] = pixels[row * w * 4:(row + 1) * w * 4]
@@ -47,13 +43,13 @@ for _ in range(600):
         time.sleep(0.1)
 else:
     sys.exit("no VNC server on 127.0.0.1:5900")
-receive(connection, 12)
+stream = connection.makefile("rb")
+receive(12)
 connection.sendall(b"RFB 003.003\n")
-if struct.unpack(">I", receive(connection, 4))[0] != 1:
-    sys.exit("the VNC server asks for a password")
+receive(4)  # no password
 connection.sendall(b"\x01")  # shared, so that the screen stays for the next run
-width, height, _, name = struct.unpack(">HH16sI", receive(connection, 24))
-receive(connection, name)
+width, height, _, name = struct.unpack(">HH16sI", receive(24))
+receive(name)
 # Blue, green, red and a pad byte for each pixel, uncompressed.
 connection.sendall(struct.pack(">B3xBBBBHHHBBB3x", 0, 32, 24, 0, 1, 255, 255, 255, 16, 8, 0)
                    + struct.pack(">BBHi", 2, 0, 1, 0))

@@ -16,9 +16,9 @@ namespace {
 // A shown window, so that the console has its real width. One static object, built and torn
 // down as one: the application must go before the toolkit's own statics that appeared while the
 // window was built, or it cannot free what they hold.
-struct Console
+struct State
 {
-    Console()
+    State()
         : window(shownWindow(QString()))
     {
         if (!window)
@@ -36,7 +36,7 @@ struct Console
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static Console state;
+    static State state;
     auto *console = state.window->findChild<QTextEdit *>();
     console->clear();
 
