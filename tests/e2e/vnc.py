@@ -21,9 +21,7 @@ def receive(size):
 def shot(connection, width, height):
     screen = bytearray(width * height * 4)
     connection.sendall(struct.pack(">BBHHHH", 3, 0, 0, 0, width, height))
-    while receive(1)[0] == 2:  # a bell
-        pass
-    receive(1)
+    receive(2)  # the update's type and a pad byte
     for _ in range(struct.unpack(">H", receive(2))[0]):
         x, y, w, h, _ = struct.unpack(">HHHHi", receive(12))
         pixels = receive(w * h * 4)
