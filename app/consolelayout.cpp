@@ -170,6 +170,7 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         }
     }
     qint64 y = top(int(bottoms.size()));
+    const qreal changedTop = whole ? 0 : toReal(y);
     const qint64 width = toFixed(lineWidth);
     for (;; block = block.next()) {
         block.clearLayout();
@@ -192,7 +193,9 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 
     if (documentSize() != oldSize)
         emit documentSizeChanged(documentSize());
-    emit update();
+    // Only what lies from the change down is drawn anew, as the rich-text layout asks: the lines
+    // above stay as they are on the screen, and scrolling moves them.
+    emit update(QRectF(0, changedTop, 1e9, 1e9));
 }
 
 // As the rich-text layout draws: each block whose lines meet the clip, its lines clipped to the

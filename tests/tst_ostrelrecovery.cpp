@@ -271,20 +271,27 @@ void TestOstrelRecovery::chunks()
     reference->document()->setDocumentLayout(nullptr); // the document makes its own again
     reference->document()->documentLayout()->setPaintDevice(reference->viewport());
     QScrollBar *scrollBar = console->verticalScrollBar();
+    // What the screen shows, not what a fresh paint would: a line left stale shows too.
+    const auto onScreen = [](QWidget *widget) {
+        const QRect area(widget->mapTo(widget->window(), QPoint()), widget->size());
+        return widget->screen()
+                ->grabWindow(widget->window()->winId(), area.x(), area.y(), area.width(),
+                             area.height())
+                .toImage();
+    };
     for (const QString &chunk : chunks) {
         scrollBar->setValue(0);
         feed(window.get(), chunk);
         feed(richText.get(), chunk);
+        QCoreApplication::processEvents(); // the repaints the changes asked for
         QCOMPARE(console->toPlainText(), reference->toPlainText());
         QCOMPARE(scrollBar->value(), scrollBar->maximum());
         QCOMPARE(scrollBar->maximum(), reference->verticalScrollBar()->maximum());
         QCOMPARE(console->cursorRect(), reference->cursorRect());
-        QCOMPARE(console->viewport()->grab().toImage(), reference->viewport()->grab().toImage());
+        QCOMPARE(onScreen(console->viewport()), onScreen(reference->viewport()));
     }
     if (!text.isNull())
         QCOMPARE(console->toPlainText(), text);
-    QCoreApplication::processEvents();
-    QCOMPARE(scrollBar->value(), scrollBar->maximum());
     QCOMPARE(console->textCursor().position(), console->document()->characterCount() - 1);
     QCOMPARE(console->document()->availableUndoSteps(), 0);
 }
@@ -351,7 +358,6 @@ void TestOstrelRecovery::touch()
     auto *screen = QTest::createTouchDevice();
     Overshoot overshoot;
     view->installEventFilter(&overshoot);
-    // Down the console by step every 10 ms, then up after a pause.
     const auto swipe = [&](int step, int moves, int pause) {
         QTest::touchEvent(view, screen).press(0, QPoint(300, 20), view);
         for (int i = 1; i <= moves; ++i) {

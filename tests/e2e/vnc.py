@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A small VNC client (RFB 3.3, raw pixels) for tests/e2e/instrument. Each run connects to the
 screen on 127.0.0.1:5900, waiting up to a minute for it, and does one thing:
-  vnc.py shot FILE   saves the screen as a PPM picture and prints its size, WIDTHxHEIGHT
+  vnc.py shot FILE   saves the screen as a PPM picture
   vnc.py click X Y   taps the left button there
   vnc.py F12         presses and releases F12
 """
@@ -54,7 +54,6 @@ connection.sendall(struct.pack(">B3xBBBBHHHBBB3x", 0, 32, 24, 0, 1, 255, 255, 25
 if sys.argv[1] == "shot":
     with open(sys.argv[2], "wb") as picture:
         picture.write(b"P6 %d %d 255\n" % (width, height) + shot(connection, width, height))
-    print(f"{width}x{height}")
     sys.exit()
 if sys.argv[1] == "click":
     x, y = int(sys.argv[2]), int(sys.argv[3])
