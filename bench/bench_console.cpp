@@ -269,6 +269,10 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
+    // The console as the program shows it: in the style sheet's 20 px type, as the reference.
+    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
+    styleSheet.open(QIODevice::ReadOnly);
+    application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
     const QSize consoleSize = InWindow().consoleSize();
     appendCosts(consoleSize);
     memoryPerLine(consoleSize);
