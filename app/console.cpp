@@ -49,9 +49,15 @@ void Console::appendOutput(const QString &chunk)
 {
     const QStringList parts = chunk.split(QLatin1Char('\r'));
     QTextCursor cursor = textCursor();
+    auto *consoleLayout = qobject_cast<ConsoleLayout *>(document()->documentLayout());
+    const auto insert = [&cursor, consoleLayout](const QString &text) {
+        if (consoleLayout)
+            consoleLayout->expectInsertion(text);
+        cursor.insertText(text);
+    };
     if (!parts.first().isEmpty()) {
         cursor.movePosition(QTextCursor::End);
-        cursor.insertText(parts.first());
+        insert(parts.first());
     }
     for (int i = 1; i < parts.size(); ++i) {
         cursor.movePosition(QTextCursor::End);
@@ -59,7 +65,7 @@ void Console::appendOutput(const QString &chunk)
         cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
         // Writing over the selection deletes it and inserts in one edit, so the document is laid
         // out once for both, and leaves the same text as a delete followed by an insert at the end.
-        cursor.insertText(parts.at(i));
+        insert(parts.at(i));
     }
     // New output brings the end into view, also while a flick is still under way.
     QScroller::scroller(viewport())->stop();

@@ -11,7 +11,9 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <utility>
 
 namespace {
 
@@ -47,9 +49,16 @@ ConsoleLayout::ConsoleLayout(QTextDocument *document)
     : QAbstractTextDocumentLayout(document)
 { }
 
-void ConsoleLayout::updateMetrics()
+void ConsoleLayout::expectInsertion(const QString &text)
+{
+    expected = text;
+}
+
+// Returns whether anything but the page width changed: the type, the resolution or the margin.
+bool ConsoleLayout::updateMetrics()
 {
     const QTextDocument *doc = document();
+    const qint64 oldMargin = margin;
     documentMargin = doc->documentMargin();
     qreal scaledMargin = documentMargin;
     if (paintDevice())
@@ -57,25 +66,38 @@ void ConsoleLayout::updateMetrics()
     margin = (toFixed(scaledMargin) + 32) & -64;
     pageWidth = doc->pageSize().width();
     lineWidth = pageWidth < 0 ? UnwrappedWidth : toReal(toFixed(pageWidth) - 2 * margin);
-    const QFont font = doc->defaultFont();
-    // Measured on the device the text is laid out for, whose resolution scales the advances.
-    const QFontMetricsF metrics(font, paintDevice());
-    maxAsciiAdvance = 0;
-    bool primaryFontHasAscii = true;
-    for (char16_t c = 0x20; c < 0x7f; ++c) {
-        maxAsciiAdvance = std::max(maxAsciiAdvance, metrics.horizontalAdvance(QChar(c)));
-        primaryFontHasAscii = primaryFontHasAscii && metrics.inFont(QChar(c));
+    const QPoint dpi = paintDevice()
+            ? QPoint(paintDevice()->logicalDpiX(), paintDevice()->logicalDpiY())
+            : QPoint();
+    const bool typeChanged
+            = pairAdvances.empty() || doc->defaultFont() != font || dpi != resolution;
+    if (typeChanged) {
+        font = doc->defaultFont();
+        resolution = dpi;
+        // Measured on the device the text is laid out for, whose resolution scales the advances.
+        const QFontMetricsF metrics(font, paintDevice());
+        maxAdvance = 0;
+        primaryFontHasAscii = true;
+        for (unsigned c = 0; c < AsciiCount; ++c) {
+            const QChar character(char16_t(0x20 + c));
+            advances[c] = float(metrics.horizontalAdvance(character));
+            maxAdvance = std::max(maxAdvance, qreal(advances[c]));
+            primaryFontHasAscii = primaryFontHasAscii && metrics.inFont(character);
+        }
+        pairAdvances.assign(AsciiCount * AsciiCount, qQNaN());
+        QTextLayout sample(QStringLiteral("x"), font, paintDevice());
+        sample.setTextOption(doc->defaultTextOption());
+        sample.beginLayout();
+        QTextLine line = sample.createLine();
+        line.setLeadingIncluded(true);
+        sample.endLayout();
+        singleLineHeight = std::max(toFixed(qCeil(line.ascent() + line.descent() + line.leading())),
+                                    toFixed(line.height()));
     }
-    // Two characters of slack for kerning; a glyph from a fallback font could change the height.
-    singleLineWidth = primaryFontHasAscii && pageWidth >= 0 ? lineWidth - 2 * maxAsciiAdvance : -1;
-    QTextLayout sample(QStringLiteral("x"), font, paintDevice());
-    sample.setTextOption(doc->defaultTextOption());
-    sample.beginLayout();
-    QTextLine line = sample.createLine();
-    line.setLeadingIncluded(true);
-    sample.endLayout();
-    singleLineHeight = std::max(toFixed(qCeil(line.ascent() + line.descent() + line.leading())),
-                                toFixed(line.height()));
+    // Two characters of slack for what pairs do not tell: ligatures of three, contextual forms and
+    // rounding. A glyph from a fallback font could change the height.
+    singleLineWidth = primaryFontHasAscii && pageWidth >= 0 ? lineWidth - 2 * maxAdvance : -1;
+    return typeChanged || margin != oldMargin;
 }
 
 qint64 ConsoleLayout::top(int blockNumber) const
@@ -111,27 +133,91 @@ qint64 ConsoleLayout::layOut(QTextLayout *layout, qint64 *reach) const
     return std::max(y, bottom);
 }
 
-// Only the last block keeps its layout: the cursor works there, on every carriage return. Any
-// other block is laid out on a scratch layout, so that the console keeps no layout per line.
-qint64 ConsoleLayout::measure(const QTextBlock &block, qint64 *reach) const
+// How far a printable ASCII character advances after another: its own advance and what shaping
+// the pair together adds, kerning or a ligature.
+float ConsoleLayout::pairAdvance(int first, int second) const
 {
-    const QString text = block.text();
-    if (text.size() * maxAsciiAdvance <= singleLineWidth
-        && std::all_of(text.cbegin(), text.cend(),
-                       [](QChar c) { return c.unicode() >= 0x20 && c.unicode() < 0x7f; })) {
+    const QChar pair[] = {QChar(char16_t(0x20 + first)), QChar(char16_t(0x20 + second))};
+    return pairAdvances[unsigned(first) * AsciiCount + unsigned(second)]
+            = float(QFontMetricsF(font, paintDevice()).horizontalAdvance(QString(pair, 2)))
+            - advances[first];
+}
+
+// The width of a line of printable ASCII, summed pair by pair; -1 for any other text.
+float ConsoleLayout::asciiWidth(QStringView text) const
+{
+    if (text.isEmpty())
+        return 0;
+    unsigned previous = text.front().unicode() - 0x20u;
+    if (previous >= AsciiCount)
+        return -1;
+    float width = advances[previous];
+    for (const QChar character : text.mid(1)) {
+        const unsigned c = character.unicode() - 0x20u;
+        if (c >= AsciiCount)
+            return -1;
+        const float advance = pairAdvances[previous * AsciiCount + c];
+        width += std::isnan(advance) ? pairAdvance(int(previous), int(c)) : advance;
+        previous = c;
+    }
+    return width;
+}
+
+// Only the last block keeps its layout: the cursor works there, on every carriage return. Any
+// other block is laid out on a scratch layout, so that the console keeps no layout per line. A
+// block that is shaped reports how far it reaches, at least 0.
+qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach)
+{
+    const float width = singleLineWidth < 0 ? -1 : asciiWidth(text);
+    if (width >= 0 && width <= singleLineWidth) {
+        widestFit = std::max(widestFit, width);
         return singleLineHeight;
     }
+    *reach = 0;
     if (block == document()->lastBlock()) {
-        block.layout()->setPosition(QPointF(toReal(margin), toReal(top(int(bottoms.size())))));
+        block.layout()->setPosition(QPointF(toReal(margin), toReal(top)));
         return layOut(block.layout(), reach);
     }
     QTextLayout scratch(block);
     return layOut(&scratch, reach);
 }
 
+// A new page width alone, as when the scroll bar comes or goes, changes the height of no block
+// that fitted on one line by its summed width, as long as the widest of them still fits: only
+// the shaped blocks are laid out again.
+void ConsoleLayout::rewrap()
+{
+    wideBlocks.clear();
+    reaches.clear();
+    const qint64 width = toFixed(lineWidth);
+    qint64 oldTop = margin;
+    qint64 y = margin;
+    auto shaped = shapedBlocks.cbegin();
+    QTextBlock block = document()->begin();
+    for (int number = 0; number < int(bottoms.size()); ++number, block = block.next()) {
+        block.clearLayout();
+        qint64 height = bottoms[number] - oldTop;
+        oldTop = bottoms[number];
+        if (shaped != shapedBlocks.cend() && *shaped == number) {
+            ++shaped;
+            qint64 reach = -1;
+            height = measure(block, block.text(), y, &reach);
+            if (reach > width) {
+                wideBlocks.emplace(number, reach);
+                reaches.insert(reach);
+            }
+        }
+        y += height;
+        bottoms[number] = y;
+    }
+}
+
 void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 {
-    Q_UNUSED(charsRemoved)
+    // Line feeds become block separators one for one, so an insertion of the expected text has
+    // its length; a carriage return before a line feed would be dropped and shorten it.
+    const QString inserted = std::exchange(expected, QString());
+    const bool known = inserted.size() == charsAdded;
     const QTextDocument *doc = document();
     const QSizeF oldSize = documentSize();
     const int blockCount = doc->blockCount();
@@ -145,26 +231,43 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     const bool whole = (from == 0 && charsAdded >= doc->characterCount()) || oldCount == 0
             || tail > oldCount - firstNumber || doc->pageSize().width() != pageWidth
             || doc->documentMargin() != documentMargin;
+    const bool sameText = from == 0 && charsRemoved == 0 && charsAdded == doc->characterCount()
+            && blockCount == oldCount;
+    if (whole && !updateMetrics() && sameText && widestFit <= singleLineWidth) {
+        rewrap();
+        emitChanges(oldSize, 0);
+        return;
+    }
 
     // The blocks after the change keep their heights and reach; the appends of a console leave
     // none.
     std::vector<qint64> tailHeights;
     std::map<int, qint64> tailReaches;
+    std::vector<int> tailShaped;
     if (whole) {
-        updateMetrics();
         bottoms.clear();
         bottoms.reserve(blockCount);
+        shapedBlocks.clear();
+        widestFit = 0;
         wideBlocks.clear();
         reaches.clear();
         block = doc->begin();
         lastChanged = doc->lastBlock();
     } else {
+        const int shift = blockCount - oldCount;
         for (int i = oldCount - tail; i < oldCount; ++i)
             tailHeights.push_back(bottoms[i] - top(i));
         bottoms.resize(firstNumber);
+        const auto firstShaped
+                = std::lower_bound(shapedBlocks.begin(), shapedBlocks.end(), firstNumber);
+        for (auto shaped = firstShaped; shaped != shapedBlocks.end(); ++shaped) {
+            if (*shaped >= oldCount - tail)
+                tailShaped.push_back(*shaped + shift);
+        }
+        shapedBlocks.erase(firstShaped, shapedBlocks.end());
         for (auto wide = wideBlocks.lower_bound(firstNumber); wide != wideBlocks.end();) {
             if (wide->first >= oldCount - tail)
-                tailReaches.emplace(wide->first - oldCount + blockCount, wide->second);
+                tailReaches.emplace(wide->first + shift, wide->second);
             reaches.erase(reaches.find(wide->second));
             wide = wideBlocks.erase(wide);
         }
@@ -172,12 +275,22 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     qint64 y = top(int(bottoms.size()));
     const qreal changedTop = whole ? 0 : toReal(y);
     const qint64 width = toFixed(lineWidth);
+    int position = block.position();
     for (;; block = block.next()) {
         block.clearLayout();
-        qint64 reach = 0;
-        y += measure(block, &reach);
+        const int length = block.length();
+        const bool within = known && position >= from && position + length - 1 <= from + charsAdded;
+        const QString copy = within ? QString() : block.text();
+        const QStringView text = within ? QStringView(inserted).mid(position - from, length - 1)
+                                        : QStringView(copy);
+        position += length;
+        const int number = int(bottoms.size());
+        qint64 reach = -1;
+        y += measure(block, text, top(number), &reach);
+        if (reach >= 0)
+            shapedBlocks.push_back(number);
         if (reach > width) {
-            wideBlocks.emplace(int(bottoms.size()), reach);
+            wideBlocks.emplace(number, reach);
             reaches.insert(reach);
         }
         bottoms.push_back(y);
@@ -186,11 +299,16 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     }
     for (const qint64 height : tailHeights)
         bottoms.push_back(y += height);
+    shapedBlocks.insert(shapedBlocks.end(), tailShaped.cbegin(), tailShaped.cend());
     for (const auto &[number, reach] : tailReaches) {
         wideBlocks.emplace(number, reach);
         reaches.insert(reach);
     }
+    emitChanges(oldSize, changedTop);
+}
 
+void ConsoleLayout::emitChanges(const QSizeF &oldSize, qreal changedTop)
+{
     if (documentSize() != oldSize)
         emit documentSizeChanged(documentSize());
     // Only what lies from the change down is drawn anew, as the rich-text layout asks: the lines

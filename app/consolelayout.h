@@ -1,6 +1,10 @@
 #pragma once
 
 #include <QAbstractTextDocumentLayout>
+#include <QFont>
+#include <QPoint>
+
+#include <array>
 
 #include <map>
 #include <set>
@@ -21,6 +25,11 @@ class ConsoleLayout : public QAbstractTextDocumentLayout
 public:
     explicit ConsoleLayout(QTextDocument *document);
 
+    // Hands over the text about to be inserted, so that the lines it brings are read from it
+    // instead of being copied back out of the document one by one. A change that is not this
+    // insertion is laid out as any other.
+    void expectInsertion(const QString &text);
+
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
     int pageCount() const override;
@@ -32,10 +41,17 @@ protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
 
 private:
-    qint64 measure(const QTextBlock &block, qint64 *reach) const;
+    // The printable ASCII characters, from the space on.
+    static constexpr unsigned AsciiCount = 0x7f - 0x20;
+
+    bool updateMetrics();
+    float pairAdvance(int first, int second) const;
+    float asciiWidth(QStringView text) const;
+    qint64 measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach);
     qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
     qint64 top(int blockNumber) const;
-    void updateMetrics();
+    void rewrap();
+    void emitChanges(const QSizeF &oldSize, qreal changedTop);
 
     // The bottom of every block in document coordinates, by block number; like every length in
     // fixed point below, in 64ths of a pixel.
@@ -50,8 +66,19 @@ private:
     qint64 margin = 0;
     qreal lineWidth = 0;
     // A block of printable ASCII no wider than this is one line of the font's height, which saves
-    // shaping it: most of what an instrument prints.
+    // shaping it: most of what an instrument prints. Its width is summed from the advances of its
+    // characters and the kerning of each pair, measured once per pair when first met.
     qreal singleLineWidth = 0;
-    qreal maxAsciiAdvance = 0;
+    QFont font;
+    QPoint resolution;
+    std::array<float, AsciiCount> advances = {};
+    qreal maxAdvance = 0;
+    bool primaryFontHasAscii = false;
+    mutable std::vector<float> pairAdvances;
     qint64 singleLineHeight = 0;
+    // The blocks that were shaped, by number in ascending order, and the widest line that was not
+    // since the document was last laid out whole.
+    std::vector<int> shapedBlocks;
+    float widestFit = 0;
+    QString expected;
 };
