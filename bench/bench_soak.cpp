@@ -5,19 +5,18 @@
 //   ostrel-bench-soak SIMULATOR [REPLIES]
 
 #include "app/ostrelrecovery.h"
+#include "bench/benchtable.h"
 #include "processors/abstractcommandprocessor.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QNetworkReply>
 #include <QProcess>
 #include <QPushButton>
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <cstdio>
-#include <unistd.h>
+using BenchTable::row;
 
 namespace {
 
@@ -25,11 +24,7 @@ const QString Address = QStringLiteral("127.0.60.1");
 
 double residentMegabytes()
 {
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return -1;
-    return statm.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE))
-            / (1024.0 * 1024.0);
+    return BenchTable::residentBytes() / (1024.0 * 1024.0);
 }
 
 bool listening()
@@ -43,12 +38,6 @@ bool listening()
             return true;
     }
     return false;
-}
-
-void row(const QString &measure, const QString &result, const QString &target = QString())
-{
-    std::printf("%s\t%s\t%s\n", qUtf8Printable(measure), qUtf8Printable(result),
-                qUtf8Printable(target));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "app/ostrelrecovery.h"
+#include "bench/benchtable.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QTest>
 
 #include <chrono>
@@ -22,9 +22,7 @@ int main(int argc, char *argv[])
     const long long spawned = QByteArray(argv[2]).toLongLong();
 
     QApplication application(argc, argv);
-    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
-    styleSheet.open(QIODevice::ReadOnly);
-    application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    BenchTable::applyStyleSheet(application);
 
     std::unique_ptr<QWidget> window;
     if (mode == "console") {

@@ -1,0 +1,40 @@
+#include "bench/benchtable.h"
+
+#include <QApplication>
+#include <QFile>
+
+#include <cstdio>
+#include <malloc.h>
+#include <unistd.h>
+
+namespace BenchTable {
+
+void row(const QString &measure, const QString &result, const QString &target)
+{
+    std::printf("%s\t%s\t%s\n", qUtf8Printable(measure), qUtf8Printable(result),
+                qUtf8Printable(target));
+    std::fflush(stdout);
+}
+
+QString ratio(double value)
+{
+    return QString::number(value, 'f', 2);
+}
+
+double residentBytes()
+{
+    malloc_trim(0);
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return -1;
+    return statm.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE));
+}
+
+void applyStyleSheet(QApplication &application)
+{
+    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
+    styleSheet.open(QIODevice::ReadOnly);
+    application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+}
+
+} // namespace BenchTable

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+class QApplication;
+
+// What the benchmarks share: bench/run gathers their rows into one table.
+namespace BenchTable {
+
+// Prints one row of "measure, result, target", separated by tabs.
+void row(const QString &measure, const QString &result, const QString &target = QString());
+QString ratio(double value);
+// The resident memory of this process, after what was freed has been handed back.
+double residentBytes();
+// The program's own style sheet, so that every widget is measured in the type it shows.
+void applyStyleSheet(QApplication &application);
+
+} // namespace BenchTable
