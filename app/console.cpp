@@ -48,24 +48,32 @@ Console::Console(QWidget *parent)
 void Console::appendOutput(const QString &chunk)
 {
     const QStringList parts = chunk.split(QLatin1Char('\r'));
-    QTextCursor cursor = textCursor();
     auto *consoleLayout = qobject_cast<ConsoleLayout *>(document()->documentLayout());
-    const auto insert = [&cursor, consoleLayout](const QString &text) {
+    for (int i = 0; i < parts.size(); ++i) {
+        if (i == 0 && parts.first().isEmpty())
+            continue;
+        const int end = document()->characterCount() - 1;
+        int start = end;
+        if (i > 0 && consoleLayout) {
+            start = consoleLayout->lastLineStart();
+        } else if (i > 0) {
+            QTextCursor lineStart(document());
+            lineStart.movePosition(QTextCursor::End);
+            lineStart.movePosition(QTextCursor::StartOfLine);
+            start = lineStart.position();
+        }
+        // In an edit block the cursor leaves its horizontal position for later: worked out after
+        // each insertion, it would lay the whole last paragraph out again, however long. Writing
+        // over the selection deletes it and inserts in one edit, so the document is laid out once
+        // for both, and leaves the same text as a delete followed by an insert at the end.
+        QTextCursor cursor(document());
+        cursor.beginEditBlock();
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
         if (consoleLayout)
-            consoleLayout->expectInsertion(text);
-        cursor.insertText(text);
-    };
-    if (!parts.first().isEmpty()) {
-        cursor.movePosition(QTextCursor::End);
-        insert(parts.first());
-    }
-    for (int i = 1; i < parts.size(); ++i) {
-        cursor.movePosition(QTextCursor::End);
-        cursor.movePosition(QTextCursor::StartOfLine);
-        cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-        // Writing over the selection deletes it and inserts in one edit, so the document is laid
-        // out once for both, and leaves the same text as a delete followed by an insert at the end.
-        insert(parts.at(i));
+            consoleLayout->expectInsertion(parts.at(i));
+        cursor.insertText(parts.at(i));
+        cursor.endEditBlock();
     }
     // New output brings the end into view, also while a flick is still under way.
     QScroller::scroller(viewport())->stop();

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -52,6 +53,17 @@ ConsoleLayout::ConsoleLayout(QTextDocument *document)
 void ConsoleLayout::expectInsertion(const QString &text)
 {
     expected = text;
+}
+
+int ConsoleLayout::lastLineStart() const
+{
+    const QTextBlock block = document()->lastBlock();
+    if (!lastLines.empty())
+        return block.position() + lastLines.back().first;
+    if (block.layout()->lineCount() == 0)
+        blockBoundingRect(block);
+    const QTextLine line = block.layout()->lineForTextPosition(block.length() - 1);
+    return block.position() + (line.isValid() ? line.textStart() : 0);
 }
 
 // Returns whether anything but the page width changed: the type, the resolution or the margin.
@@ -163,23 +175,79 @@ float ConsoleLayout::asciiWidth(QStringView text) const
     return width;
 }
 
+// Whether the text is printable ASCII with no pair that shaping changes: such text breaks into the
+// same display lines from any line start on.
+bool ConsoleLayout::unkerned(QStringView text) const
+{
+    if (singleLineWidth < 0)
+        return false;
+    unsigned previous = AsciiCount;
+    for (const QChar character : text) {
+        const unsigned c = character.unicode() - 0x20u;
+        if (c >= AsciiCount)
+            return false;
+        if (previous < AsciiCount) {
+            const float advance = pairAdvances[previous * AsciiCount + c];
+            if ((std::isnan(advance) ? pairAdvance(int(previous), int(c)) : advance) != advances[c])
+                return false;
+        }
+        previous = c;
+    }
+    return true;
+}
+
 // Only the last block keeps its layout: the cursor works there, on every carriage return. Any
 // other block is laid out on a scratch layout, so that the console keeps no layout per line. A
 // block that is shaped reports how far it reaches, at least 0.
 qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach)
 {
     const float width = singleLineWidth < 0 ? -1 : asciiWidth(text);
+    const bool last = block == document()->lastBlock();
     if (width >= 0 && width <= singleLineWidth) {
         widestFit = std::max(widestFit, width);
+        if (last)
+            lastLines.clear();
         return singleLineHeight;
     }
     *reach = 0;
-    if (block == document()->lastBlock()) {
-        block.layout()->setPosition(QPointF(toReal(margin), toReal(top)));
-        return layOut(block.layout(), reach);
+    if (!last) {
+        QTextLayout scratch(block);
+        return layOut(&scratch, reach);
     }
-    QTextLayout scratch(block);
-    return layOut(&scratch, reach);
+    if (appendedToLast && !lastLines.empty()) {
+        const qint64 height = extendLastBlock(block, reach);
+        if (height >= 0)
+            return height;
+    }
+    lastLines.clear();
+    QTextLayout *layout = block.layout();
+    layout->setPosition(QPointF(toReal(margin), toReal(top)));
+    const qint64 height = layOut(layout, reach);
+    if (layout->lineCount() > 1 && *reach <= toFixed(lineWidth) && unkerned(text)) {
+        for (int i = 0; i < layout->lineCount(); ++i)
+            lastLines.emplace_back(layout->lineAt(i).textStart(), toFixed(layout->lineAt(i).y()));
+        lastLength = block.length();
+    }
+    return height;
+}
+
+// Lays out what was appended to the last block from its last display line on; -1 when the block
+// must be laid out whole.
+qint64 ConsoleLayout::extendLastBlock(const QTextBlock &block, qint64 *reach)
+{
+    const QString text = block.text();
+    const auto [start, y] = lastLines.back();
+    if (!unkerned(QStringView(text).mid(lastLength - 2)))
+        return -1;
+    QTextLayout tail(text.mid(start), document()->defaultFont(), paintDevice());
+    const qint64 height = layOut(&tail, reach);
+    if (*reach > toFixed(lineWidth))
+        return -1;
+    lastLines.pop_back();
+    for (int i = 0; i < tail.lineCount(); ++i)
+        lastLines.emplace_back(start + tail.lineAt(i).textStart(), y + toFixed(tail.lineAt(i).y()));
+    lastLength = block.length();
+    return y + height;
 }
 
 // A new page width alone, as when the scroll bar comes or goes, changes the height of no block
@@ -233,6 +301,9 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
             || doc->documentMargin() != documentMargin;
     const bool sameText = from == 0 && charsRemoved == 0 && charsAdded == doc->characterCount()
             && blockCount == oldCount;
+    appendedToLast = !whole && charsRemoved == 0 && blockCount == oldCount
+            && firstNumber == oldCount - 1 && block.length() == lastLength + charsAdded
+            && from == block.position() + lastLength - 1;
     if (whole && !updateMetrics() && sameText && widestFit <= singleLineWidth) {
         rewrap();
         emitChanges(oldSize, 0);
@@ -335,11 +406,32 @@ void ConsoleLayout::draw(QPainter *painter, const PaintContext &context)
     painter->setPen(context.palette.color(QPalette::Text));
     for (QTextBlock block = document()->findBlockByNumber(number); block.isValid();
          block = block.next(), ++number) {
-        const QPointF position(toReal(margin), toReal(top(number)));
+        QPointF position(toReal(margin), toReal(top(number)));
         if (clip.isValid() && position.y() > clip.bottom())
             break;
         QTextLayout scratch(block);
         QTextLayout *layout = block == last ? block.layout() : &scratch;
+        std::optional<QTextLayout> linesInView;
+        if (block == last && layout->lineCount() == 0 && !lastLines.empty() && clip.isValid()
+            && context.cursorPosition < block.position()) {
+            // The lines in view and one on either side, for ink beyond a line's box.
+            const auto below = [&lastLines = std::as_const(lastLines)](qreal y) {
+                return int(
+                        std::upper_bound(lastLines.cbegin(), lastLines.cend(), toFixed(y),
+                                         [](qint64 y, const auto &line) { return y < line.second; })
+                        - lastLines.cbegin());
+            };
+            const int first = std::max(below(clip.top() - position.y()) - 2, 0);
+            const int end
+                    = std::min(below(clip.bottom() - position.y()) + 1, int(lastLines.size()));
+            const QString text = block.text();
+            const int start = lastLines[first].first;
+            const int stop = end < int(lastLines.size()) ? lastLines[end].first : text.size();
+            linesInView.emplace(text.mid(start, stop - start), document()->defaultFont(),
+                                paintDevice());
+            layout = &*linesInView;
+            position.ry() += toReal(lastLines[first].second);
+        }
         if (layout->lineCount() == 0)
             layOut(layout);
         const QRectF lines = layout->boundingRect().translated(position);

@@ -29,6 +29,8 @@ public:
     // instead of being copied back out of the document one by one. A change that is not this
     // insertion is laid out as any other.
     void expectInsertion(const QString &text);
+    // Where the last display line of the document starts: a carriage return erases from there.
+    int lastLineStart() const;
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -47,7 +49,9 @@ private:
     bool updateMetrics();
     float pairAdvance(int first, int second) const;
     float asciiWidth(QStringView text) const;
+    bool unkerned(QStringView text) const;
     qint64 measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach);
+    qint64 extendLastBlock(const QTextBlock &block, qint64 *reach);
     qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
     qint64 top(int blockNumber) const;
     void rewrap();
@@ -81,4 +85,11 @@ private:
     std::vector<int> shapedBlocks;
     float widestFit = 0;
     QString expected;
+    // The display lines of the last block, when it is unkerned printable ASCII over more than one
+    // line: where each starts in the block and its top in the block. Text appended to such a
+    // block is laid out from its last line on, and only the lines in view are drawn, so that a
+    // progress line growing a character at a time costs what its last line costs.
+    std::vector<std::pair<int, qint64>> lastLines;
+    int lastLength = 0;
+    bool appendedToLast = false;
 };

@@ -236,6 +236,15 @@ void TestOstrelRecovery::chunks_data()
         QTest::newRow(qPrintable("lines of every width as the scroll bar comes: " + line))
                 << QStringList {widths, widths} << QString();
     }
+    // Progress drawn a character at a time over several display lines, now and then written over;
+    // then text with kerned pairs, which must not be laid out from its last line alone.
+    QStringList growing {QString("line\n").repeated(20) + QString(1500, '|')};
+    for (int count = 1; count <= 200; ++count)
+        growing << (count % 50 == 0 ? "\r|" : "|");
+    growing << '\n' + QString("To AVAW. Ty").repeated(100);
+    for (int count = 0; count < 400; ++count)
+        growing << QString("AVAW. To, Ty").at(count % 12);
+    QTest::newRow("a line growing a character at a time") << growing << QString();
     // Mixed output of the test's own making, the same at every run: lines short and long, tabs,
     // control characters, line separators, combining accents, right-to-left scripts, Chinese,
     // emoji and box drawing, cut into chunks anywhere, with carriage returns among them.
