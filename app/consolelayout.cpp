@@ -58,6 +58,8 @@ void ConsoleLayout::expectInsertion(const QString &text)
 int ConsoleLayout::lastLineStart() const
 {
     const QTextBlock block = document()->lastBlock();
+    if (lastOnOneLine)
+        return block.position();
     if (!lastLines.empty())
         return block.position() + lastLines.back().first;
     if (block.layout()->lineCount() == 0)
@@ -205,10 +207,14 @@ qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 
     const bool last = block == document()->lastBlock();
     if (width >= 0 && width <= singleLineWidth) {
         widestFit = std::max(widestFit, width);
-        if (last)
+        if (last) {
             lastLines.clear();
+            lastOnOneLine = true;
+        }
         return singleLineHeight;
     }
+    if (last)
+        lastOnOneLine = false;
     *reach = 0;
     if (!last) {
         QTextLayout scratch(block);

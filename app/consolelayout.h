@@ -92,4 +92,7 @@ private:
     std::vector<std::pair<int, qint64>> lastLines;
     int lastLength = 0;
     bool appendedToLast = false;
+    // Whether the last block fitted on one line by its summed width, so that a carriage return
+    // erases it whole without laying it out.
+    bool lastOnOneLine = false;
 };
