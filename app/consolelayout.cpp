@@ -44,6 +44,12 @@ int defaultDpi()
     return screen ? qRound(screen->logicalDotsPerInchY()) : 100;
 }
 
+bool printableAscii(QStringView text)
+{
+    return std::all_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c.unicode() >= 0x20 && c.unicode() < 0x7f; });
+}
+
 } // namespace
 
 ConsoleLayout::ConsoleLayout(QTextDocument *document)
@@ -83,22 +89,12 @@ bool ConsoleLayout::updateMetrics()
     const QPoint dpi = paintDevice()
             ? QPoint(paintDevice()->logicalDpiX(), paintDevice()->logicalDpiY())
             : QPoint();
-    const bool typeChanged
-            = pairAdvances.empty() || doc->defaultFont() != font || dpi != resolution;
+    const bool typeChanged = !typeKnown || doc->defaultFont() != font || dpi != resolution;
     if (typeChanged) {
+        typeKnown = true;
         font = doc->defaultFont();
         resolution = dpi;
-        // Measured on the device the text is laid out for, whose resolution scales the advances.
-        const QFontMetricsF metrics(font, paintDevice());
-        maxAdvance = 0;
-        primaryFontHasAscii = true;
-        for (unsigned c = 0; c < AsciiCount; ++c) {
-            const QChar character(char16_t(0x20 + c));
-            advances[c] = float(metrics.horizontalAdvance(character));
-            maxAdvance = std::max(maxAdvance, qreal(advances[c]));
-            primaryFontHasAscii = primaryFontHasAscii && metrics.inFont(character);
-        }
-        pairAdvances.assign(AsciiCount * AsciiCount, qQNaN());
+        advancesKnown = false;
         QTextLayout sample(QStringLiteral("x"), font, paintDevice());
         sample.setTextOption(doc->defaultTextOption());
         sample.beginLayout();
@@ -108,10 +104,36 @@ bool ConsoleLayout::updateMetrics()
         singleLineHeight = std::max(toFixed(qCeil(line.ascent() + line.descent() + line.leading())),
                                     toFixed(line.height()));
     }
-    // Two characters of slack for what pairs do not tell: ligatures of three, contextual forms and
-    // rounding. A glyph from a fallback font could change the height.
-    singleLineWidth = primaryFontHasAscii && pageWidth >= 0 ? lineWidth - 2 * maxAdvance : -1;
+    updateSingleLineWidth();
     return typeChanged || margin != oldMargin;
+}
+
+// Measured when there is first text to measure: the console is built, and its type set, before
+// it has any.
+void ConsoleLayout::measureAdvances()
+{
+    // Measured on the device the text is laid out for, whose resolution scales the advances.
+    const QFontMetricsF metrics(font, paintDevice());
+    maxAdvance = 0;
+    primaryFontHasAscii = true;
+    for (unsigned c = 0; c < AsciiCount; ++c) {
+        const QChar character(char16_t(0x20 + c));
+        advances[c] = float(metrics.horizontalAdvance(character));
+        maxAdvance = std::max(maxAdvance, qreal(advances[c]));
+        primaryFontHasAscii = primaryFontHasAscii && metrics.inFont(character);
+    }
+    pairAdvances.assign(AsciiCount * AsciiCount, qQNaN());
+    advancesKnown = true;
+    updateSingleLineWidth();
+}
+
+// Two characters of slack for what pairs do not tell: ligatures of three, contextual forms and
+// rounding. A glyph from a fallback font could change the height.
+void ConsoleLayout::updateSingleLineWidth()
+{
+    singleLineWidth = advancesKnown && primaryFontHasAscii && pageWidth >= 0
+            ? lineWidth - 2 * maxAdvance
+            : -1;
 }
 
 qint64 ConsoleLayout::top(int blockNumber) const
@@ -162,6 +184,8 @@ float ConsoleLayout::asciiWidth(QStringView text) const
 {
     if (text.isEmpty())
         return 0;
+    if (!advancesKnown)
+        return -1;
     unsigned previous = text.front().unicode() - 0x20u;
     if (previous >= AsciiCount)
         return -1;
@@ -203,6 +227,8 @@ bool ConsoleLayout::unkerned(QStringView text) const
 // block that is shaped reports how far it reaches, at least 0.
 qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach)
 {
+    if (!advancesKnown && !text.isEmpty())
+        measureAdvances();
     const float width = singleLineWidth < 0 ? -1 : asciiWidth(text);
     const bool last = block == document()->lastBlock();
     if (width >= 0 && width <= singleLineWidth) {
@@ -416,9 +442,10 @@ void ConsoleLayout::draw(QPainter *painter, const PaintContext &context)
         if (clip.isValid() && position.y() > clip.bottom())
             break;
         QTextLayout scratch(block);
-        QTextLayout *layout = block == last ? block.layout() : &scratch;
+        QTextLayout *layout
+                = block == last && block.layout()->lineCount() > 0 ? block.layout() : &scratch;
         std::optional<QTextLayout> linesInView;
-        if (block == last && layout->lineCount() == 0 && !lastLines.empty() && clip.isValid()
+        if (block == last && layout == &scratch && !lastLines.empty() && clip.isValid()
             && context.cursorPosition < block.position()) {
             // The lines in view and one on either side, for ink beyond a line's box.
             const auto below = [&lastLines = std::as_const(lastLines)](qreal y) {
@@ -435,9 +462,14 @@ void ConsoleLayout::draw(QPainter *painter, const PaintContext &context)
             const int stop = end < int(lastLines.size()) ? lastLines[end].first : text.size();
             linesInView.emplace(text.mid(start, stop - start), document()->defaultFont(),
                                 paintDevice());
+            linesInView->setCacheEnabled(true);
             layout = &*linesInView;
             position.ry() += toReal(lastLines[first].second);
         }
+        // Printable ASCII is kept shaped from laying out to drawing, which would otherwise shape
+        // it once more.
+        if (layout == &scratch)
+            scratch.setCacheEnabled(printableAscii(block.text()));
         if (layout->lineCount() == 0)
             layOut(layout);
         const QRectF lines = layout->boundingRect().translated(position);

@@ -47,6 +47,8 @@ private:
     static constexpr unsigned AsciiCount = 0x7f - 0x20;
 
     bool updateMetrics();
+    void measureAdvances();
+    void updateSingleLineWidth();
     float pairAdvance(int first, int second) const;
     float asciiWidth(QStringView text) const;
     bool unkerned(QStringView text) const;
@@ -78,6 +80,8 @@ private:
     std::array<float, AsciiCount> advances = {};
     qreal maxAdvance = 0;
     bool primaryFontHasAscii = false;
+    bool typeKnown = false;
+    bool advancesKnown = false;
     mutable std::vector<float> pairAdvances;
     qint64 singleLineHeight = 0;
     // The blocks that were shaped, by number in ascending order, and the widest line that was not
