@@ -225,12 +225,12 @@ bool ConsoleLayout::unkerned(QStringView text) const
 // Only the last block keeps its layout: the cursor works there, on every carriage return. Any
 // other block is laid out on a scratch layout, so that the console keeps no layout per line. A
 // block that is shaped reports how far it reaches, at least 0.
-qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach)
+qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, bool last,
+                              qint64 *reach)
 {
     if (!advancesKnown && !text.isEmpty())
         measureAdvances();
     const float width = singleLineWidth < 0 ? -1 : asciiWidth(text);
-    const bool last = block == document()->lastBlock();
     if (width >= 0 && width <= singleLineWidth) {
         widestFit = std::max(widestFit, width);
         if (last) {
@@ -301,7 +301,7 @@ void ConsoleLayout::rewrap()
         if (shaped != shapedBlocks.cend() && *shaped == number) {
             ++shaped;
             qint64 reach = -1;
-            height = measure(block, block.text(), y, &reach);
+            height = measure(block, block.text(), y, number == int(bottoms.size()) - 1, &reach);
             if (reach > width) {
                 wideBlocks.emplace(number, reach);
                 reaches.insert(reach);
@@ -389,7 +389,7 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         position += length;
         const int number = int(bottoms.size());
         qint64 reach = -1;
-        y += measure(block, text, top(number), &reach);
+        y += measure(block, text, top(number), number == blockCount - 1, &reach);
         if (reach >= 0)
             shapedBlocks.push_back(number);
         if (reach > width) {

@@ -52,7 +52,7 @@ private:
     float pairAdvance(int first, int second) const;
     float asciiWidth(QStringView text) const;
     bool unkerned(QStringView text) const;
-    qint64 measure(const QTextBlock &block, QStringView text, qint64 top, qint64 *reach);
+    qint64 measure(const QTextBlock &block, QStringView text, qint64 top, bool last, qint64 *reach);
     qint64 extendLastBlock(const QTextBlock &block, qint64 *reach);
     qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
     qint64 top(int blockNumber) const;
