@@ -1,7 +1,6 @@
 #include "app/consolelayout.h"
 
 #include <QCoreApplication>
-#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
@@ -11,7 +10,6 @@
 #include <QtMath>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <optional>
 #include <utility>
@@ -86,16 +84,9 @@ bool ConsoleLayout::updateMetrics()
     margin = (toFixed(scaledMargin) + 32) & -64;
     pageWidth = doc->pageSize().width();
     lineWidth = pageWidth < 0 ? UnwrappedWidth : toReal(toFixed(pageWidth) - 2 * margin);
-    const QPoint dpi = paintDevice()
-            ? QPoint(paintDevice()->logicalDpiX(), paintDevice()->logicalDpiY())
-            : QPoint();
-    const bool typeChanged = !typeKnown || doc->defaultFont() != font || dpi != resolution;
+    const bool typeChanged = asciiWidths.setType(doc->defaultFont(), paintDevice());
     if (typeChanged) {
-        typeKnown = true;
-        font = doc->defaultFont();
-        resolution = dpi;
-        advancesKnown = false;
-        QTextLayout sample(QStringLiteral("x"), font, paintDevice());
+        QTextLayout sample(QStringLiteral("x"), doc->defaultFont(), paintDevice());
         sample.setTextOption(doc->defaultTextOption());
         sample.beginLayout();
         QTextLine line = sample.createLine();
@@ -104,36 +95,7 @@ bool ConsoleLayout::updateMetrics()
         singleLineHeight = std::max(toFixed(qCeil(line.ascent() + line.descent() + line.leading())),
                                     toFixed(line.height()));
     }
-    updateSingleLineWidth();
     return typeChanged || margin != oldMargin;
-}
-
-// Measured when there is first text to measure: the console is built, and its type set, before
-// it has any.
-void ConsoleLayout::measureAdvances()
-{
-    // Measured on the device the text is laid out for, whose resolution scales the advances.
-    const QFontMetricsF metrics(font, paintDevice());
-    maxAdvance = 0;
-    primaryFontHasAscii = true;
-    for (unsigned c = 0; c < AsciiCount; ++c) {
-        const QChar character(char16_t(0x20 + c));
-        advances[c] = float(metrics.horizontalAdvance(character));
-        maxAdvance = std::max(maxAdvance, qreal(advances[c]));
-        primaryFontHasAscii = primaryFontHasAscii && metrics.inFont(character);
-    }
-    pairAdvances.assign(AsciiCount * AsciiCount, qQNaN());
-    advancesKnown = true;
-    updateSingleLineWidth();
-}
-
-// Two characters of slack for what pairs do not tell: ligatures of three, contextual forms and
-// rounding. A glyph from a fallback font could change the height.
-void ConsoleLayout::updateSingleLineWidth()
-{
-    singleLineWidth = advancesKnown && primaryFontHasAscii && pageWidth >= 0
-            ? lineWidth - 2 * maxAdvance
-            : -1;
 }
 
 qint64 ConsoleLayout::top(int blockNumber) const
@@ -169,69 +131,14 @@ qint64 ConsoleLayout::layOut(QTextLayout *layout, qint64 *reach) const
     return std::max(y, bottom);
 }
 
-// How far a printable ASCII character advances after another: its own advance and what shaping
-// the pair together adds, kerning or a ligature.
-float ConsoleLayout::pairAdvance(int first, int second) const
-{
-    const QChar pair[] = {QChar(char16_t(0x20 + first)), QChar(char16_t(0x20 + second))};
-    return pairAdvances[unsigned(first) * AsciiCount + unsigned(second)]
-            = float(QFontMetricsF(font, paintDevice()).horizontalAdvance(QString(pair, 2)))
-            - advances[first];
-}
-
-// The width of a line of printable ASCII, summed pair by pair; -1 for any other text.
-float ConsoleLayout::asciiWidth(QStringView text) const
-{
-    if (text.isEmpty())
-        return 0;
-    if (!advancesKnown)
-        return -1;
-    unsigned previous = text.front().unicode() - 0x20u;
-    if (previous >= AsciiCount)
-        return -1;
-    float width = advances[previous];
-    for (const QChar character : text.mid(1)) {
-        const unsigned c = character.unicode() - 0x20u;
-        if (c >= AsciiCount)
-            return -1;
-        const float advance = pairAdvances[previous * AsciiCount + c];
-        width += std::isnan(advance) ? pairAdvance(int(previous), int(c)) : advance;
-        previous = c;
-    }
-    return width;
-}
-
-// Whether the text is printable ASCII with no pair that shaping changes: such text breaks into the
-// same display lines from any line start on.
-bool ConsoleLayout::unkerned(QStringView text) const
-{
-    if (singleLineWidth < 0)
-        return false;
-    unsigned previous = AsciiCount;
-    for (const QChar character : text) {
-        const unsigned c = character.unicode() - 0x20u;
-        if (c >= AsciiCount)
-            return false;
-        if (previous < AsciiCount) {
-            const float advance = pairAdvances[previous * AsciiCount + c];
-            if ((std::isnan(advance) ? pairAdvance(int(previous), int(c)) : advance) != advances[c])
-                return false;
-        }
-        previous = c;
-    }
-    return true;
-}
-
 // Only the last block keeps its layout: the cursor works there, on every carriage return. Any
 // other block is laid out on a scratch layout, so that the console keeps no layout per line. A
 // block that is shaped reports how far it reaches, at least 0.
 qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, bool last,
                               qint64 *reach)
 {
-    if (!advancesKnown && !text.isEmpty())
-        measureAdvances();
-    const float width = singleLineWidth < 0 ? -1 : asciiWidth(text);
-    if (width >= 0 && width <= singleLineWidth) {
+    const float width = pageWidth < 0 ? -1 : asciiWidths.bound(text);
+    if (width >= 0 && width <= lineWidth) {
         widestFit = std::max(widestFit, width);
         if (last) {
             lastLines.clear();
@@ -255,7 +162,7 @@ qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 
     QTextLayout *layout = block.layout();
     layout->setPosition(QPointF(toReal(margin), toReal(top)));
     const qint64 height = layOut(layout, reach);
-    if (layout->lineCount() > 1 && *reach <= toFixed(lineWidth) && unkerned(text)) {
+    if (layout->lineCount() > 1 && *reach <= toFixed(lineWidth) && asciiWidths.unkerned(text)) {
         for (int i = 0; i < layout->lineCount(); ++i)
             lastLines.emplace_back(layout->lineAt(i).textStart(), toFixed(layout->lineAt(i).y()));
         lastLength = block.length();
@@ -269,7 +176,7 @@ qint64 ConsoleLayout::extendLastBlock(const QTextBlock &block, qint64 *reach)
 {
     const QString text = block.text();
     const auto [start, y] = lastLines.back();
-    if (!unkerned(QStringView(text).mid(lastLength - 2)))
+    if (!asciiWidths.unkerned(QStringView(text).mid(lastLength - 2)))
         return -1;
     QTextLayout tail(text.mid(start), document()->defaultFont(), paintDevice());
     const qint64 height = layOut(&tail, reach);
@@ -336,7 +243,7 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     appendedToLast = !whole && charsRemoved == 0 && blockCount == oldCount
             && firstNumber == oldCount - 1 && block.length() == lastLength + charsAdded
             && from == block.position() + lastLength - 1;
-    if (whole && !updateMetrics() && sameText && widestFit <= singleLineWidth) {
+    if (whole && !updateMetrics() && sameText && widestFit <= lineWidth) {
         rewrap();
         emitChanges(oldSize, 0);
         return;

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <QAbstractTextDocumentLayout>
-#include <QFont>
-#include <QPoint>
+#include "app/asciiwidths.h"
 
-#include <array>
+#include <QAbstractTextDocumentLayout>
 
 #include <map>
 #include <set>
@@ -43,15 +41,7 @@ protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
 
 private:
-    // The printable ASCII characters, from the space on.
-    static constexpr unsigned AsciiCount = 0x7f - 0x20;
-
     bool updateMetrics();
-    void measureAdvances();
-    void updateSingleLineWidth();
-    float pairAdvance(int first, int second) const;
-    float asciiWidth(QStringView text) const;
-    bool unkerned(QStringView text) const;
     qint64 measure(const QTextBlock &block, QStringView text, qint64 top, bool last, qint64 *reach);
     qint64 extendLastBlock(const QTextBlock &block, qint64 *reach);
     qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
@@ -71,21 +61,12 @@ private:
     // The document margin as laid out on the paint device, in fixed point.
     qint64 margin = 0;
     qreal lineWidth = 0;
-    // A block of printable ASCII no wider than this is one line of the font's height, which saves
-    // shaping it: most of what an instrument prints. Its width is summed from the advances of its
-    // characters and the kerning of each pair, measured once per pair when first met.
-    qreal singleLineWidth = 0;
-    QFont font;
-    QPoint resolution;
-    std::array<float, AsciiCount> advances = {};
-    qreal maxAdvance = 0;
-    bool primaryFontHasAscii = false;
-    bool typeKnown = false;
-    bool advancesKnown = false;
-    mutable std::vector<float> pairAdvances;
+    // A block of printable ASCII whose bound fits the line is one line of the font's height, which
+    // saves shaping it.
+    AsciiWidths asciiWidths;
     qint64 singleLineHeight = 0;
-    // The blocks that were shaped, by number in ascending order, and the widest line that was not
-    // since the document was last laid out whole.
+    // The blocks that were shaped, by number in ascending order, and the widest bound of those
+    // that were not since the document was last laid out whole.
     std::vector<int> shapedBlocks;
     float widestFit = 0;
     QString expected;
