@@ -40,12 +40,6 @@ void AsciiWidths::measure()
 }
 
 // Measured once per pair, when first met.
-float AsciiWidths::pairAdvance(unsigned first, unsigned second)
-{
-    const float advance = pairAdvances[first * Count + second];
-    return std::isnan(advance) ? measurePair(first, second) : advance;
-}
-
 float AsciiWidths::measurePair(unsigned first, unsigned second)
 {
     const QChar pair[] = {QChar(char16_t(0x20 + first)), QChar(char16_t(0x20 + second))};
@@ -68,7 +62,8 @@ float AsciiWidths::bound(QStringView text)
         const unsigned c = character.unicode() - 0x20u;
         if (c >= Count)
             return -1;
-        width += pairAdvance(previous, c);
+        const float advance = pairAdvances[previous * Count + c];
+        width += std::isnan(advance) ? measurePair(previous, c) : advance;
         previous = c;
     }
     return width + slack;
@@ -81,8 +76,13 @@ bool AsciiWidths::unkerned(QStringView text)
     unsigned previous = Count;
     for (const QChar character : text) {
         const unsigned c = character.unicode() - 0x20u;
-        if (c >= Count || (previous < Count && pairAdvance(previous, c) != advances[c]))
+        if (c >= Count)
             return false;
+        if (previous < Count) {
+            const float advance = pairAdvances[previous * Count + c];
+            if ((std::isnan(advance) ? measurePair(previous, c) : advance) != advances[c])
+                return false;
+        }
         previous = c;
     }
     return true;

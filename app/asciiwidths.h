@@ -32,7 +32,6 @@ private:
     static constexpr unsigned Count = 0x7f - 0x20;
 
     void measure();
-    float pairAdvance(unsigned first, unsigned second);
     float measurePair(unsigned first, unsigned second);
 
     QFont font;

@@ -137,6 +137,13 @@ qint64 ConsoleLayout::layOut(QTextLayout *layout, qint64 *reach) const
 qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, bool last,
                               qint64 *reach)
 {
+    // A last block of more than one line that only grew stays so: no need to sum it again.
+    if (last && appendedToLast && !lastLines.empty()) {
+        *reach = 0;
+        const qint64 height = extendLastBlock(block, reach);
+        if (height >= 0)
+            return height;
+    }
     const float width = pageWidth < 0 ? -1 : asciiWidths.bound(text);
     if (width >= 0 && width <= lineWidth) {
         widestFit = std::max(widestFit, width);
@@ -152,11 +159,6 @@ qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 
     if (!last) {
         QTextLayout scratch(block);
         return layOut(&scratch, reach);
-    }
-    if (appendedToLast && !lastLines.empty()) {
-        const qint64 height = extendLastBlock(block, reach);
-        if (height >= 0)
-            return height;
     }
     lastLines.clear();
     QTextLayout *layout = block.layout();
