@@ -71,7 +71,9 @@ float AsciiWidths::bound(QStringView text)
 
 bool AsciiWidths::unkerned(QStringView text)
 {
-    if (!measured || !complete)
+    if (!measured)
+        measure();
+    if (!complete)
         return false;
     unsigned previous = Count;
     for (const QChar character : text) {

@@ -24,7 +24,7 @@ public:
     // change a line's height.
     float bound(QStringView text);
     // Whether the text is printable ASCII with no pair that shaping changes: such text breaks into
-    // the same display lines from any line start on. Asked after bound() of the same text.
+    // the same display lines from any line start on.
     bool unkerned(QStringView text);
 
 private:

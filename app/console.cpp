@@ -57,6 +57,7 @@ void Console::appendOutput(const QString &chunk)
         if (i > 0 && consoleLayout) {
             start = consoleLayout->lastLineStart();
         } else if (i > 0) {
+            // Under any other layout the cursor finds it, laying the paragraph out.
             QTextCursor lineStart(document());
             lineStart.movePosition(QTextCursor::End);
             lineStart.movePosition(QTextCursor::StartOfLine);

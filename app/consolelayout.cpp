@@ -131,9 +131,10 @@ qint64 ConsoleLayout::layOut(QTextLayout *layout, qint64 *reach) const
     return std::max(y, bottom);
 }
 
-// Only the last block keeps its layout: the cursor works there, on every carriage return. Any
-// other block is laid out on a scratch layout, so that the console keeps no layout per line. A
-// block that is shaped reports how far it reaches, at least 0.
+// Only the last block keeps its layout (or, unkerned, its display lines' starts): a carriage
+// return looks up its last display line there. Any other block is laid out on a scratch layout,
+// so that the console keeps no layout per line. A block that is shaped reports how far it reaches,
+// at least 0.
 qint64 ConsoleLayout::measure(const QTextBlock &block, QStringView text, qint64 top, bool last,
                               qint64 *reach)
 {
