@@ -7,6 +7,7 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
+#include <QTimer>
 #include <QtMath>
 
 #include <algorithm>
@@ -52,7 +53,14 @@ bool printableAscii(QStringView text)
 
 ConsoleLayout::ConsoleLayout(QTextDocument *document)
     : QAbstractTextDocumentLayout(document)
-{ }
+    , frameTimer(new QTimer(this))
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (screen && screen->refreshRate() >= 1)
+        frameInterval = std::max(1, int(1000 / screen->refreshRate()));
+    frameTimer->setSingleShot(true);
+    connect(frameTimer, &QTimer::timeout, this, &ConsoleLayout::emitPendingUpdate);
+}
 
 void ConsoleLayout::expectInsertion(const QString &text)
 {
@@ -326,7 +334,23 @@ void ConsoleLayout::emitChanges(const QSizeF &oldSize, qreal changedTop)
         emit documentSizeChanged(documentSize());
     // Only what lies from the change down is drawn anew, as the rich-text layout asks: the lines
     // above stay as they are on the screen, and scrolling moves them.
-    emit update(QRectF(0, changedTop, 1e9, 1e9));
+    pendingTop = pendingTop < 0 ? changedTop : std::min(pendingTop, changedTop);
+    if (frameTimer->isActive())
+        return;
+    const qint64 elapsed = sinceDrawn.isValid() ? sinceDrawn.elapsed() : frameInterval;
+    if (elapsed >= frameInterval)
+        emitPendingUpdate();
+    else
+        frameTimer->start(int(frameInterval - elapsed));
+}
+
+void ConsoleLayout::emitPendingUpdate()
+{
+    if (pendingTop < 0)
+        return;
+    const qreal top = pendingTop;
+    pendingTop = -1;
+    emit update(QRectF(0, top, 1e9, 1e9));
 }
 
 // As the rich-text layout draws: each block whose lines meet the clip, its lines clipped to the
@@ -334,6 +358,7 @@ void ConsoleLayout::emitChanges(const QSizeF &oldSize, qreal changedTop)
 // fixed point cuts off.
 void ConsoleLayout::draw(QPainter *painter, const PaintContext &context)
 {
+    sinceDrawn.start();
     if (bottoms.empty())
         return;
     const QRectF &clip = context.clip;

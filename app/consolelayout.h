@@ -3,12 +3,14 @@
 #include "app/asciiwidths.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QElapsedTimer>
 
 #include <map>
 #include <set>
 #include <vector>
 
 class QTextLayout;
+class QTimer;
 
 // Lays out the console's document in time proportional to what changed, not to what the console
 // holds, with the geometry the toolkit's own rich-text layout gives plain text: the same line
@@ -48,6 +50,7 @@ private:
     qint64 top(int blockNumber) const;
     void rewrap();
     void emitChanges(const QSizeF &oldSize, qreal changedTop);
+    void emitPendingUpdate();
 
     // The bottom of every block in document coordinates, by block number; like every length in
     // fixed point below, in 64ths of a pixel.
@@ -80,4 +83,12 @@ private:
     // Whether the last block fitted on one line by its summed width, so that a carriage return
     // erases it whole without laying it out.
     bool lastOnOneLine = false;
+    // The console is drawn at most once per frame of the screen: an instrument that answers a
+    // status poll every few hundred microseconds would otherwise have it drawn thousands of times
+    // a second, which no screen shows. What changes within a frame of the last drawing is drawn
+    // when the frame is over, from the topmost change down.
+    int frameInterval = 16;
+    QElapsedTimer sinceDrawn;
+    QTimer *frameTimer = nullptr;
+    qreal pendingTop = -1;
 };

@@ -3,6 +3,7 @@
 // late a 16 ms timer fires in the window while polling runs: rows of "measure, result, target",
 // separated by tabs, for bench/run's table.
 
+#include "app/console.h"
 #include "app/ostrelrecovery.h"
 #include "bench/benchtable.h"
 #include "processors/httpcommandprocessor.h"
@@ -13,6 +14,7 @@
 #include <QNetworkReply>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
@@ -25,7 +27,10 @@ using BenchTable::row;
 namespace {
 
 const QString Address = QStringLiteral("127.0.20.1");
-constexpr int Seconds = 3;
+// The loops take turns, so that a machine that slows down or speeds up in the meantime weighs on
+// all of them alike; each figure is the median of its rounds.
+constexpr int Rounds = 5;
+constexpr int Seconds = 1;
 
 void runEventLoopFor(int milliseconds)
 {
@@ -54,13 +59,30 @@ double bareLoopRate()
     return double(replies) / Seconds;
 }
 
+// Counts the paint events a widget receives.
+class PaintCounter : public QObject
+{
+public:
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
 // The back end's own loop, through the install whose output never ends within the run. While it
 // runs, a 16 ms timer records how late it fires.
-double backEndRate(AbstractCommandProcessor *processor, std::vector<double> *lateness = nullptr)
+double backEndRate(AbstractCommandProcessor *processor, std::vector<double> *lateness = nullptr,
+                   PaintCounter *painted = nullptr)
 {
     int replies = 0;
-    QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
-                     [&replies](const QString &) { ++replies; });
+    const QMetaObject::Connection counting
+            = QObject::connect(processor, &AbstractCommandProcessor::responseReceived, processor,
+                               [&replies](const QString &) { ++replies; });
     processor->installSoftware();
     runEventLoopFor(500);
     QElapsedTimer clock;
@@ -72,31 +94,43 @@ double backEndRate(AbstractCommandProcessor *processor, std::vector<double> *lat
         clock.restart();
     });
     replies = 0;
+    if (painted)
+        painted->paints = 0;
     clock.start();
     timer.start(16);
     runEventLoopFor(Seconds * 1000);
+    QObject::disconnect(counting);
     return double(replies) / Seconds;
 }
 
-// The same in the window, which writes every piece into its console; with the timer's lateness
-// as the 99th percentile in milliseconds.
-std::pair<double, double> windowRateAndLateness()
+// The same in the window, which writes every piece into its console; with how late the timer
+// fired and how often the console was drawn per second.
+double windowRate(std::vector<double> *lateness, double *paintsPerSecond)
 {
     OstrelRecovery window(Address);
     window.show();
-    std::vector<double> lateness;
-    const double rate = backEndRate(window.findChild<AbstractCommandProcessor *>(), &lateness);
-    std::sort(lateness.begin(), lateness.end());
-    return {rate, lateness.empty() ? -1 : lateness[lateness.size() * 99 / 100]};
+    PaintCounter painted;
+    window.findChild<Console *>()->viewport()->installEventFilter(&painted);
+    const double rate
+            = backEndRate(window.findChild<AbstractCommandProcessor *>(), lateness, &painted);
+    *paintsPerSecond = double(painted.paints) / Seconds;
+    return rate;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? -1 : values[values.size() / 2];
 }
 
 double wrkRate()
 {
     QProcess wrk;
     wrk.start(QStringLiteral("wrk"),
-              {QStringLiteral("-t1"), QStringLiteral("-c1"), QStringLiteral("-d%1s").arg(Seconds),
+              {QStringLiteral("-t1"), QStringLiteral("-c1"),
+               QStringLiteral("-d%1s").arg(Rounds * Seconds),
                QStringLiteral("http://%1:8080/status").arg(Address)});
-    if (!wrk.waitForFinished((Seconds + 10) * 1000))
+    if (!wrk.waitForFinished((Rounds * Seconds + 10) * 1000))
         return -1;
     const QRegularExpressionMatch match
             = QRegularExpression(QStringLiteral("Requests/sec:\\s+([0-9.]+)"))
@@ -133,13 +167,21 @@ int main(int argc, char *argv[])
         loop.exec();
         delete reply;
     }
-    const double bare = bareLoopRate();
-    double backEnd = 0;
-    {
-        HttpCommandProcessor processor(Address, nullptr);
-        backEnd = backEndRate(&processor);
+    std::vector<double> bareRates, backEndRates, windowRates, paintRates, lateness;
+    for (int round = 0; round < Rounds; ++round) {
+        bareRates.push_back(bareLoopRate());
+        {
+            HttpCommandProcessor processor(Address, nullptr);
+            backEndRates.push_back(backEndRate(&processor));
+        }
+        double paints = 0;
+        windowRates.push_back(windowRate(&lateness, &paints));
+        paintRates.push_back(paints);
     }
-    const auto [windowRate, lateness] = windowRateAndLateness();
+    const double bare = median(bareRates);
+    const double backEnd = median(backEndRates);
+    const double window = median(windowRates);
+    std::sort(lateness.begin(), lateness.end());
     const double wrk = wrkRate();
     simulator.kill();
     simulator.waitForFinished();
@@ -149,9 +191,11 @@ int main(int argc, char *argv[])
         rate.arg(bare, 0, 'f', 0));
     row(QStringLiteral("status polling, HTTP back end"), rate.arg(backEnd, 0, 'f', 0));
     row(QStringLiteral("  back end / bare loop"), ratio(backEnd / bare), QStringLiteral(">= 0.80"));
-    row(QStringLiteral("status polling, window with its console"), rate.arg(windowRate, 0, 'f', 0));
-    row(QStringLiteral("  window / bare loop"), ratio(windowRate / bare),
-        QStringLiteral(">= 0.90"));
+    row(QStringLiteral("status polling, window with its console"), rate.arg(window, 0, 'f', 0));
+    row(QStringLiteral("  window / bare loop"), ratio(window / bare), QStringLiteral(">= 0.90"));
+    row(QStringLiteral("  console drawn while polling, at most once per frame of the screen"),
+        QStringLiteral("%1 /s").arg(median(paintRates), 0, 'f', 0),
+        QStringLiteral("<= %1 /s").arg(QGuiApplication::primaryScreen()->refreshRate(), 0, 'f', 0));
     if (wrk > 0) {
         row(QStringLiteral("status requests, wrk -t1 -c1"),
             QStringLiteral("%1 req/s").arg(wrk, 0, 'f', 0));
@@ -160,6 +204,8 @@ int main(int argc, char *argv[])
         row(QStringLiteral("status requests, wrk -t1 -c1"), QStringLiteral("not available"));
     }
     row(QStringLiteral("16 ms timer lateness while polling, 99th percentile"),
-        QStringLiteral("%1 ms").arg(lateness, 0, 'f', 1), QStringLiteral("< 16 ms"));
+        QStringLiteral("%1 ms").arg(lateness.empty() ? -1 : lateness[lateness.size() * 99 / 100], 0,
+                                    'f', 1),
+        QStringLiteral("< 16 ms"));
     return 0;
 }

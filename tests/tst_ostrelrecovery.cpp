@@ -222,8 +222,8 @@ void TestOstrelRecovery::chunks_data()
 
     const QString transfer = "     18,823,301 100%   88.20kB/s    0:03:28 (xfr#224, to-chk=0/233)";
     QTest::newRow("only the text after the last carriage return stays")
-            << QStringList {"keep\nold", "new\rmid\rlast", ('\r' + transfer).repeated(4)}
-            << "keep\n" + transfer;
+            << QStringList {"keep\nold", "new\nmid\rlast", ('\r' + transfer).repeated(4)}
+            << "keep\noldnew\n" + transfer;
     QTest::newRow("markup and NUL are text like any other")
             << QStringList {QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n"}
             << QString("<b>a</b> &amp; <br>") + QChar(0) + "b\n";
