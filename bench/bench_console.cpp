@@ -12,11 +12,13 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPlainTextEdit>
+#include <QProcess>
 #include <QScrollBar>
 #include <QTextDocument>
 #include <QTimer>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 
 using BenchTable::ratio;
@@ -200,19 +202,33 @@ void appendCosts(QSize size)
         QStringLiteral("<= 1.00"));
 }
 
-void memoryPerLine(QSize size)
+// Resident bytes per kept line of one widget, filled to a million lines.
+double bytesPerLine(const QString &which, QSize size)
 {
     constexpr int Lines = 1000000;
+    const double before = residentBytes();
+    std::unique_ptr<Widget> widget;
+    if (which == QLatin1String("console"))
+        widget = std::make_unique<ConsoleAlone>(size);
+    else
+        widget = std::make_unique<Reference>(size);
+    widget->fillTo(Lines);
+    return (residentBytes() - before) / Lines;
+}
+
+// Each widget is filled in a process of its own: what the measures before left in the heap would
+// otherwise weigh on whichever comes later.
+void memoryPerLine()
+{
     double perLine[2];
+    const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference")};
     for (int which = 0; which < 2; ++which) {
-        const double before = residentBytes();
-        std::unique_ptr<Widget> widget;
-        if (which == 0)
-            widget = std::make_unique<ConsoleAlone>(size);
-        else
-            widget = std::make_unique<Reference>(size);
-        widget->fillTo(Lines);
-        perLine[which] = (residentBytes() - before) / Lines;
+        QProcess filling;
+        filling.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        filling.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--bytes-per-line"), widgets[which]});
+        filling.waitForFinished(-1);
+        perLine[which] = filling.readAllStandardOutput().trimmed().toDouble();
     }
     row(QStringLiteral("resident memory per kept line, 1 000 000 lines of 40 characters, console"),
         QStringLiteral("%1 B").arg(perLine[0], 0, 'f', 0));
@@ -273,8 +289,12 @@ int main(int argc, char *argv[])
     // The console as the program shows it: in the style sheet's 20 px type, as the reference.
     BenchTable::applyStyleSheet(application);
     const QSize consoleSize = shownWindow(QString())->findChild<Console *>()->size();
+    if (argc == 3 && qstrcmp(argv[1], "--bytes-per-line") == 0) {
+        std::printf("%f\n", bytesPerLine(QString::fromLocal8Bit(argv[2]), consoleSize));
+        return 0;
+    }
     appendCosts(consoleSize);
-    memoryPerLine(consoleSize);
+    memoryPerLine();
     longLines(consoleSize);
     progressOverwrites(consoleSize);
     return 0;
