@@ -18,7 +18,9 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 using BenchTable::ratio;
@@ -115,7 +117,7 @@ void waitForNextFrame()
 // many calls.
 double perLine(Widget &widget, int chunkLines)
 {
-    const int calls = chunkLines == 1 ? 200 : 1;
+    const int calls = chunkLines == 1 ? 100 : 1;
     const QString chunk = lines(widget.lineCount(), chunkLines);
     qint64 nanoseconds = 0;
     for (int call = 0; call < calls; ++call) {
@@ -146,30 +148,61 @@ double spread(const QList<double> &values)
 const QList<int> ChunkLines {1, 1000, 10000, 100000, 600000};
 const QList<int> HeldLines {0, 100000, 1000000};
 
-// The cost per line of every chunk size appended to every console size, each into a widget
-// freshly filled to that size. Indexed [chunk][held].
-template<typename Make>
-QList<QList<double>> matrix(Make make)
+std::unique_ptr<Widget> make(const QString &which, QSize size)
 {
-    QList<QList<double>> costs;
+    if (which == QLatin1String("console"))
+        return std::make_unique<ConsoleAlone>(size);
+    return std::make_unique<Reference>(size);
+}
+
+// What the widget prints in a process of its own: called with the arguments, prints one number.
+double measuredAlone(const QStringList &arguments)
+{
+    QProcess measuring;
+    measuring.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    measuring.start(QCoreApplication::applicationFilePath(), arguments);
+    measuring.waitForFinished(-1);
+    return measuring.readAllStandardOutput().trimmed().toDouble();
+}
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+// The cost per line of every chunk size appended to every console size, each into a widget
+// freshly filled to that size in a process of its own (what one measure leaves in the heap
+// would otherwise weigh on the next), the console and the reference taking turns; the median of
+// three. Indexed [widget][chunk][held].
+std::array<QList<QList<double>>, 2> matrices()
+{
+    constexpr int Repeats = 3;
+    const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference")};
+    std::array<QList<QList<double>>, 2> costs;
     for (const int chunk : ChunkLines) {
-        QList<double> cells;
+        std::array<QList<double>, 2> cells;
         for (const int held : HeldLines) {
-            const std::unique_ptr<Widget> widget = make();
-            widget->fillTo(held);
-            cells << perLine(*widget, chunk);
+            std::array<QList<double>, 2> runs;
+            for (int repeat = 0; repeat < Repeats; ++repeat) {
+                for (int turn = 0; turn < 2; ++turn) {
+                    const int which = (turn + repeat) % 2;
+                    runs[which] << measuredAlone({QStringLiteral("--append"), widgets[which],
+                                                  QString::number(chunk), QString::number(held)});
+                }
+            }
+            for (int which = 0; which < 2; ++which)
+                cells[which] << median(runs[which]);
         }
-        costs << cells;
+        for (int which = 0; which < 2; ++which)
+            costs[which] << cells[which];
     }
     return costs;
 }
 
-void appendCosts(QSize size)
+void appendCosts()
 {
-    const QList<QList<double>> console
-            = matrix([size] { return std::make_unique<ConsoleAlone>(size); });
-    const QList<QList<double>> reference
-            = matrix([size] { return std::make_unique<Reference>(size); });
+    const auto [console, reference] = matrices();
     const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
     double worstRatio = 0;
     for (int chunk = 0; chunk < ChunkLines.size(); ++chunk) {
@@ -207,11 +240,7 @@ double bytesPerLine(const QString &which, QSize size)
 {
     constexpr int Lines = 1000000;
     const double before = residentBytes();
-    std::unique_ptr<Widget> widget;
-    if (which == QLatin1String("console"))
-        widget = std::make_unique<ConsoleAlone>(size);
-    else
-        widget = std::make_unique<Reference>(size);
+    const std::unique_ptr<Widget> widget = make(which, size);
     widget->fillTo(Lines);
     return (residentBytes() - before) / Lines;
 }
@@ -220,16 +249,9 @@ double bytesPerLine(const QString &which, QSize size)
 // otherwise weigh on whichever comes later.
 void memoryPerLine()
 {
-    double perLine[2];
-    const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference")};
-    for (int which = 0; which < 2; ++which) {
-        QProcess filling;
-        filling.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        filling.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("--bytes-per-line"), widgets[which]});
-        filling.waitForFinished(-1);
-        perLine[which] = filling.readAllStandardOutput().trimmed().toDouble();
-    }
+    const double perLine[2] {
+            measuredAlone({QStringLiteral("--bytes-per-line"), QStringLiteral("console")}),
+            measuredAlone({QStringLiteral("--bytes-per-line"), QStringLiteral("reference")})};
     row(QStringLiteral("resident memory per kept line, 1 000 000 lines of 40 characters, console"),
         QStringLiteral("%1 B").arg(perLine[0], 0, 'f', 0));
     row(QStringLiteral("  QPlainTextEdit, the same"),
@@ -289,11 +311,18 @@ int main(int argc, char *argv[])
     // The console as the program shows it: in the style sheet's 20 px type, as the reference.
     BenchTable::applyStyleSheet(application);
     const QSize consoleSize = shownWindow(QString())->findChild<Console *>()->size();
+    // Measures that run in a process of their own.
     if (argc == 3 && qstrcmp(argv[1], "--bytes-per-line") == 0) {
         std::printf("%f\n", bytesPerLine(QString::fromLocal8Bit(argv[2]), consoleSize));
         return 0;
     }
-    appendCosts(consoleSize);
+    if (argc == 5 && qstrcmp(argv[1], "--append") == 0) {
+        const std::unique_ptr<Widget> widget = make(QString::fromLocal8Bit(argv[2]), consoleSize);
+        widget->fillTo(std::atoi(argv[4]));
+        std::printf("%f\n", perLine(*widget, std::atoi(argv[3])));
+        return 0;
+    }
+    appendCosts();
     memoryPerLine();
     longLines(consoleSize);
     progressOverwrites(consoleSize);
