@@ -113,22 +113,29 @@ void waitForNextFrame()
     loop.exec();
 }
 
-// Microseconds per appended line of one chunk, repaint included; a one-line chunk is timed over
-// many calls.
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+// Microseconds per appended line of one chunk, repaint included; for a one-line chunk the median
+// of many calls, each alone after the event loop slept, when the scheduler's hiccups would weigh
+// on a mean.
 double perLine(Widget &widget, int chunkLines)
 {
     const int calls = chunkLines == 1 ? 100 : 1;
     const QString chunk = lines(widget.lineCount(), chunkLines);
-    qint64 nanoseconds = 0;
+    QList<double> microseconds;
     for (int call = 0; call < calls; ++call) {
         waitForNextFrame();
         QElapsedTimer timer;
         timer.start();
         widget.append(chunk);
         QCoreApplication::processEvents();
-        nanoseconds += timer.nsecsElapsed();
+        microseconds << double(timer.nsecsElapsed()) / 1000.0;
     }
-    return double(nanoseconds) / 1000.0 / (double(calls) * chunkLines);
+    return median(microseconds) / chunkLines;
 }
 
 QString figures(const QList<double> &values, int precision = 2)
@@ -163,12 +170,6 @@ double measuredAlone(const QStringList &arguments)
     measuring.start(QCoreApplication::applicationFilePath(), arguments);
     measuring.waitForFinished(-1);
     return measuring.readAllStandardOutput().trimmed().toDouble();
-}
-
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
 }
 
 // The cost per line of every chunk size appended to every console size, each into a widget
