@@ -22,21 +22,33 @@ bool AsciiWidths::setType(const QFont &newFont, QPaintDevice *newDevice)
 }
 
 // Measured when there is first text to measure: the console is built, and its type set, before it
-// has any. On the device the text is laid out for, whose resolution scales the advances.
+// has any. On the device the text is laid out for, whose resolution scales the advances. Each
+// character's advance waits until the character is first met: a glyph's metrics are read from the
+// font file when first asked for, and the first output uses a third of printable ASCII.
 void AsciiWidths::measure()
 {
     const QFontMetricsF metrics(font, device);
-    qreal widest = 0;
     complete = true;
-    for (unsigned c = 0; c < Count; ++c) {
-        const QChar character(char16_t(0x20 + c));
-        advances[c] = float(metrics.horizontalAdvance(character));
-        widest = std::max(widest, qreal(advances[c]));
-        complete = complete && metrics.inFont(character);
+    for (unsigned c = 0; c < Count; ++c)
+        complete = complete && metrics.inFont(QChar(char16_t(0x20 + c)));
+    advances.fill(qQNaN());
+    // Two of the font's widest advance, which no printable character exceeds; read from the font's
+    // header, unlike the advances of the characters themselves.
+    slack = float(2 * metrics.maxWidth());
+    if (slack <= 0) {
+        for (unsigned c = 0; c < Count; ++c)
+            slack = std::max(slack, 2 * advance(c));
     }
-    slack = float(2 * widest);
     pairAdvances.assign(Count * Count, qQNaN());
     measured = true;
+}
+
+float AsciiWidths::advance(unsigned c)
+{
+    if (std::isnan(advances[c]))
+        advances[c]
+                = float(QFontMetricsF(font, device).horizontalAdvance(QChar(char16_t(0x20 + c))));
+    return advances[c];
 }
 
 // Measured once per pair, when first met.
@@ -45,7 +57,7 @@ float AsciiWidths::measurePair(unsigned first, unsigned second)
     const QChar pair[] = {QChar(char16_t(0x20 + first)), QChar(char16_t(0x20 + second))};
     return pairAdvances[first * Count + second]
             = float(QFontMetricsF(font, device).horizontalAdvance(QString(pair, 2)))
-            - advances[first];
+            - advance(first);
 }
 
 float AsciiWidths::bound(QStringView text)
@@ -57,13 +69,13 @@ float AsciiWidths::bound(QStringView text)
     unsigned previous = text.front().unicode() - 0x20u;
     if (!complete || previous >= Count)
         return -1;
-    float width = advances[previous];
+    float width = advance(previous);
     for (const QChar character : text.mid(1)) {
         const unsigned c = character.unicode() - 0x20u;
         if (c >= Count)
             return -1;
-        const float advance = pairAdvances[previous * Count + c];
-        width += std::isnan(advance) ? measurePair(previous, c) : advance;
+        const float pairAdvance = pairAdvances[previous * Count + c];
+        width += std::isnan(pairAdvance) ? measurePair(previous, c) : pairAdvance;
         previous = c;
     }
     return width + slack;
@@ -81,8 +93,8 @@ bool AsciiWidths::unkerned(QStringView text)
         if (c >= Count)
             return false;
         if (previous < Count) {
-            const float advance = pairAdvances[previous * Count + c];
-            if ((std::isnan(advance) ? measurePair(previous, c) : advance) != advances[c])
+            const float pairAdvance = pairAdvances[previous * Count + c];
+            if ((std::isnan(pairAdvance) ? measurePair(previous, c) : pairAdvance) != advance(c))
                 return false;
         }
         previous = c;

@@ -18,10 +18,10 @@ public:
     // Forgets what was measured when the font or the device's resolution is another; returns
     // whether it was.
     bool setType(const QFont &font, QPaintDevice *device);
-    // At least the width shaping gives the text: its width summed pair by pair and two characters
-    // of slack for what pairs do not tell (ligatures of three, contextual forms, rounding); -1 for
-    // any other text, or in a font that lacks part of printable ASCII, whose fallback glyphs could
-    // change a line's height.
+    // At least the width shaping gives the text: its width summed pair by pair and two of the
+    // font's widest advance as slack for what pairs do not tell (ligatures of three, contextual
+    // forms, rounding); -1 for any other text, or in a font that lacks part of printable ASCII,
+    // whose fallback glyphs could change a line's height.
     float bound(QStringView text);
     // Whether the text is printable ASCII with no pair that shaping changes: such text breaks into
     // the same display lines from any line start on.
@@ -32,6 +32,7 @@ private:
     static constexpr unsigned Count = 0x7f - 0x20;
 
     void measure();
+    float advance(unsigned c);
     float measurePair(unsigned first, unsigned second);
 
     QFont font;
@@ -41,6 +42,7 @@ private:
     bool measured = false;
     bool complete = false;
     float slack = 0;
+    // Each character's advance; NaN until first met.
     std::array<float, Count> advances = {};
     // How far the second character of each pair advances after the first, by first * Count +
     // second; NaN until first met.
