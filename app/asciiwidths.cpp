@@ -60,6 +60,12 @@ float AsciiWidths::measurePair(unsigned first, unsigned second)
             - advance(first);
 }
 
+bool AsciiWidths::printable(QStringView text)
+{
+    return std::all_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return unsigned(c.unicode() - 0x20u) < Count; });
+}
+
 float AsciiWidths::bound(QStringView text)
 {
     if (text.isEmpty())

@@ -23,6 +23,8 @@ public:
     // forms, rounding); -1 for any other text, or in a font that lacks part of printable ASCII,
     // whose fallback glyphs could change a line's height.
     float bound(QStringView text);
+    // Whether the text is printable ASCII alone, from the space to the tilde.
+    static bool printable(QStringView text);
     // Whether the text is printable ASCII with no pair that shaping changes: such text breaks into
     // the same display lines from any line start on.
     bool unkerned(QStringView text);

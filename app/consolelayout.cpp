@@ -43,12 +43,6 @@ int defaultDpi()
     return screen ? qRound(screen->logicalDotsPerInchY()) : 100;
 }
 
-bool printableAscii(QStringView text)
-{
-    return std::all_of(text.cbegin(), text.cend(),
-                       [](QChar c) { return c.unicode() >= 0x20 && c.unicode() < 0x7f; });
-}
-
 } // namespace
 
 ConsoleLayout::ConsoleLayout(QTextDocument *document)
@@ -404,7 +398,7 @@ void ConsoleLayout::draw(QPainter *painter, const PaintContext &context)
         // Printable ASCII is kept shaped from laying out to drawing, which would otherwise shape
         // it once more.
         if (layout == &scratch)
-            scratch.setCacheEnabled(printableAscii(block.text()));
+            scratch.setCacheEnabled(AsciiWidths::printable(block.text()));
         if (layout->lineCount() == 0)
             layOut(layout);
         const QRectF lines = layout->boundingRect().translated(position);

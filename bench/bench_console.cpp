@@ -15,7 +15,6 @@
 #include <QProcess>
 #include <QScrollBar>
 #include <QTextDocument>
-#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -23,6 +22,7 @@
 #include <cstdlib>
 #include <memory>
 
+using BenchTable::median;
 using BenchTable::ratio;
 using BenchTable::residentBytes;
 using BenchTable::row;
@@ -108,15 +108,7 @@ private:
 // so that it is drawn at once, as the reference is, and its repaint is in the figure.
 void waitForNextFrame()
 {
-    QEventLoop loop;
-    QTimer::singleShot(20, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
+    BenchTable::runEventLoopFor(20);
 }
 
 // Microseconds per appended line of one chunk, repaint included; for a one-line chunk the median

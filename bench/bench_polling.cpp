@@ -21,8 +21,10 @@
 #include <cstdio>
 #include <vector>
 
+using BenchTable::median;
 using BenchTable::ratio;
 using BenchTable::row;
+using BenchTable::runEventLoopFor;
 
 namespace {
 
@@ -31,13 +33,6 @@ const QString Address = QStringLiteral("127.0.20.1");
 // all of them alike; each figure is the median of its rounds.
 constexpr int Rounds = 5;
 constexpr int Seconds = 1;
-
-void runEventLoopFor(int milliseconds)
-{
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 // The floor: GET, read, release, next GET, nothing else.
 double bareLoopRate()
@@ -117,12 +112,6 @@ double windowRate(std::vector<double> *lateness, double *paintsPerSecond)
     return rate;
 }
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? -1 : values[values.size() / 2];
-}
-
 double wrkRate()
 {
     QProcess wrk;
@@ -167,7 +156,8 @@ int main(int argc, char *argv[])
         loop.exec();
         delete reply;
     }
-    std::vector<double> bareRates, backEndRates, windowRates, paintRates, lateness;
+    QList<double> bareRates, backEndRates, windowRates, paintRates;
+    std::vector<double> lateness;
     for (int round = 0; round < Rounds; ++round) {
         bareRates.push_back(bareLoopRate());
         {

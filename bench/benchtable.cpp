@@ -1,8 +1,11 @@
 #include "bench/benchtable.h"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QFile>
+#include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <malloc.h>
 #include <unistd.h>
@@ -19,6 +22,19 @@ void row(const QString &measure, const QString &result, const QString &target)
 QString ratio(double value)
 {
     return QString::number(value, 'f', 2);
+}
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.isEmpty() ? -1 : values.at(values.size() / 2);
+}
+
+void runEventLoopFor(int milliseconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 double residentBytes()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 class QApplication;
@@ -10,6 +11,10 @@ namespace BenchTable {
 // Prints one row of "measure, result, target", separated by tabs.
 void row(const QString &measure, const QString &result, const QString &target = QString());
 QString ratio(double value);
+// The middle of the values, which a few held up by the scheduler do not move.
+double median(QList<double> values);
+// Lets the event loop run for that long.
+void runEventLoopFor(int milliseconds);
 // The resident memory of this process, after what was freed has been handed back.
 double residentBytes();
 // The program's own style sheet, so that every widget is measured in the type it shows.
