@@ -75,14 +75,39 @@ float AsciiWidths::bound(QStringView text)
     unsigned previous = text.front().unicode() - 0x20u;
     if (!complete || previous >= Count)
         return -1;
-    float width = advance(previous);
-    for (const QChar character : text.mid(1)) {
-        const unsigned c = character.unicode() - 0x20u;
-        if (c >= Count)
+    // Every line of a reply passes here: a pair not yet met is NaN and makes the sum NaN, so that
+    // the loop checks nothing but the characters, and it adds to two sums in turn, so that each
+    // addition need not wait for the one before.
+    const char16_t *characters = text.utf16();
+    const float *pairs = pairAdvances.data();
+    const qsizetype size = text.size();
+    float sums[2] = {advance(previous), 0};
+    qsizetype i = 1;
+    for (; i + 1 < size; i += 2) {
+        const unsigned first = characters[i] - 0x20u;
+        const unsigned second = characters[i + 1] - 0x20u;
+        if (first >= Count || second >= Count)
             return -1;
-        const float pairAdvance = pairAdvances[previous * Count + c];
-        width += std::isnan(pairAdvance) ? measurePair(previous, c) : pairAdvance;
-        previous = c;
+        sums[1] += pairs[previous * Count + first];
+        sums[0] += pairs[first * Count + second];
+        previous = second;
+    }
+    if (i < size) {
+        const unsigned last = characters[i] - 0x20u;
+        if (last >= Count)
+            return -1;
+        sums[1] += pairs[previous * Count + last];
+    }
+    float width = sums[0] + sums[1];
+    if (std::isnan(width)) {
+        previous = text.front().unicode() - 0x20u;
+        width = advance(previous);
+        for (const QChar character : text.mid(1)) {
+            const unsigned c = character.unicode() - 0x20u;
+            const float pairAdvance = pairAdvances[previous * Count + c];
+            width += std::isnan(pairAdvance) ? measurePair(previous, c) : pairAdvance;
+            previous = c;
+        }
     }
     return width + slack;
 }

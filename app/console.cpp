@@ -47,16 +47,20 @@ Console::Console(QWidget *parent)
 // widget shows) and what follows is written in its place.
 void Console::appendOutput(const QString &chunk)
 {
-    const QStringList parts = chunk.split(QLatin1Char('\r'));
     auto *consoleLayout = qobject_cast<ConsoleLayout *>(document()->documentLayout());
-    for (int i = 0; i < parts.size(); ++i) {
-        if (i == 0 && parts.first().isEmpty())
+    // Cut at each carriage return by hand: QString::split copies even a part that is the whole
+    // chunk on Qt 6, and a reply of 600 000 lines is 50 MB. A part that is the whole chunk shares
+    // its text.
+    for (qsizetype partStart = 0, returnAt = 0; returnAt >= 0; partStart = returnAt + 1) {
+        returnAt = chunk.indexOf(QLatin1Char('\r'), partStart);
+        const QString part = chunk.mid(partStart, returnAt < 0 ? -1 : returnAt - partStart);
+        if (partStart == 0 && part.isEmpty())
             continue;
         const int end = document()->characterCount() - 1;
         int start = end;
-        if (i > 0 && consoleLayout) {
+        if (partStart > 0 && consoleLayout) {
             start = consoleLayout->lastLineStart();
-        } else if (i > 0) {
+        } else if (partStart > 0) {
             // Under any other layout the cursor finds it, laying the paragraph out.
             QTextCursor lineStart(document());
             lineStart.movePosition(QTextCursor::End);
@@ -72,8 +76,8 @@ void Console::appendOutput(const QString &chunk)
         cursor.setPosition(start);
         cursor.setPosition(end, QTextCursor::KeepAnchor);
         if (consoleLayout)
-            consoleLayout->expectInsertion(parts.at(i));
-        cursor.insertText(parts.at(i));
+            consoleLayout->expectInsertion(part);
+        cursor.insertText(part);
         cursor.endEditBlock();
     }
     // New output brings the end into view, also while a flick is still under way.

@@ -291,7 +291,7 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     const qreal changedTop = whole ? 0 : toReal(y);
     const qint64 width = toFixed(lineWidth);
     int position = block.position();
-    for (;; block = block.next()) {
+    for (;;) {
         block.clearLayout();
         const int length = block.length();
         const bool within = known && position >= from && position + length - 1 <= from + charsAdded;
@@ -311,6 +311,13 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         bottoms.push_back(y);
         if (block == lastChanged)
             break;
+        // The new blocks of a reply of many lines have no layout to clear and are read from the
+        // text it brought: those that fit on one line need no block, only their height.
+        const int fitted = known && position > from && pageWidth >= 0
+                ? fitLines(QStringView(inserted).mid(position - from), &y)
+                : 0;
+        position += fitted;
+        block = fitted > 0 ? doc->findBlock(position) : block.next();
     }
     for (const qint64 height : tailHeights)
         bottoms.push_back(y += height);
@@ -320,6 +327,21 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         reaches.insert(reach);
     }
     emitChanges(oldSize, changedTop);
+}
+
+// Takes the lines of the text that end in a line feed and fit on one line by their summed width, up
+// to the first that does not; returns how many characters they hold.
+int ConsoleLayout::fitLines(QStringView text, qint64 *y)
+{
+    qsizetype start = 0;
+    for (qsizetype end; (end = text.indexOf(QLatin1Char('\n'), start)) >= 0; start = end + 1) {
+        const float width = asciiWidths.bound(text.mid(start, end - start));
+        if (width < 0 || width > lineWidth)
+            break;
+        widestFit = std::max(widestFit, width);
+        bottoms.push_back(*y += singleLineHeight);
+    }
+    return int(start);
 }
 
 void ConsoleLayout::emitChanges(const QSizeF &oldSize, qreal changedTop)

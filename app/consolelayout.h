@@ -45,6 +45,7 @@ protected:
 private:
     bool updateMetrics();
     qint64 measure(const QTextBlock &block, QStringView text, qint64 top, bool last, qint64 *reach);
+    int fitLines(QStringView text, qint64 *y);
     qint64 extendLastBlock(const QTextBlock &block, qint64 *reach);
     qint64 layOut(QTextLayout *layout, qint64 *reach = nullptr) const;
     qint64 top(int blockNumber) const;
