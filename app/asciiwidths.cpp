@@ -68,41 +68,48 @@ bool AsciiWidths::printable(QStringView text)
 
 float AsciiWidths::bound(QStringView text)
 {
-    if (text.isEmpty())
-        return measured && complete ? 0 : -1;
+    qsizetype end = 0;
+    const float width = lineBound(text, &end);
+    return end == text.size() ? width : -1;
+}
+
+float AsciiWidths::lineBound(QStringView text, qsizetype *end)
+{
+    *end = 0;
     if (!measured)
         measure();
-    unsigned previous = text.front().unicode() - 0x20u;
-    if (!complete || previous >= Count)
+    if (!complete)
         return -1;
+    const char16_t *characters = text.utf16();
+    const qsizetype size = text.size();
+    if (size == 0 || unsigned(characters[0] - 0x20u) >= Count)
+        return 0;
     // Every line of a reply passes here: a pair not yet met is NaN and makes the sum NaN, so that
     // the loop checks nothing but the characters, and it adds to two sums in turn, so that each
     // addition need not wait for the one before.
-    const char16_t *characters = text.utf16();
     const float *pairs = pairAdvances.data();
-    const qsizetype size = text.size();
+    unsigned previous = characters[0] - 0x20u;
     float sums[2] = {advance(previous), 0};
     qsizetype i = 1;
     for (; i + 1 < size; i += 2) {
         const unsigned first = characters[i] - 0x20u;
         const unsigned second = characters[i + 1] - 0x20u;
         if (first >= Count || second >= Count)
-            return -1;
+            break;
         sums[1] += pairs[previous * Count + first];
         sums[0] += pairs[first * Count + second];
         previous = second;
     }
-    if (i < size) {
-        const unsigned last = characters[i] - 0x20u;
-        if (last >= Count)
-            return -1;
-        sums[1] += pairs[previous * Count + last];
+    for (; i < size && unsigned(characters[i] - 0x20u) < Count; ++i) {
+        sums[1] += pairs[previous * Count + characters[i] - 0x20u];
+        previous = characters[i] - 0x20u;
     }
+    *end = i;
     float width = sums[0] + sums[1];
     if (std::isnan(width)) {
-        previous = text.front().unicode() - 0x20u;
+        previous = characters[0] - 0x20u;
         width = advance(previous);
-        for (const QChar character : text.mid(1)) {
+        for (const QChar character : text.mid(1, i - 1)) {
             const unsigned c = character.unicode() - 0x20u;
             const float pairAdvance = pairAdvances[previous * Count + c];
             width += std::isnan(pairAdvance) ? measurePair(previous, c) : pairAdvance;

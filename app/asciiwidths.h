@@ -23,6 +23,9 @@ public:
     // forms, rounding); -1 for any other text, or in a font that lacks part of printable ASCII,
     // whose fallback glyphs could change a line's height.
     float bound(QStringView text);
+    // The same for the printable ASCII that the text starts with, up to *end, where the first
+    // other character stands (the text's size when there is none).
+    float lineBound(QStringView text, qsizetype *end);
     // Whether the text is printable ASCII alone, from the space to the tilde.
     static bool printable(QStringView text);
     // Whether the text is printable ASCII with no pair that shaping changes: such text breaks into

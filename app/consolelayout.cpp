@@ -334,12 +334,15 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 int ConsoleLayout::fitLines(QStringView text, qint64 *y)
 {
     qsizetype start = 0;
-    for (qsizetype end; (end = text.indexOf(QLatin1Char('\n'), start)) >= 0; start = end + 1) {
-        const float width = asciiWidths.bound(text.mid(start, end - start));
-        if (width < 0 || width > lineWidth)
+    for (;;) {
+        qsizetype length = 0;
+        const float width = asciiWidths.lineBound(text.mid(start), &length);
+        const qsizetype end = start + length;
+        if (width < 0 || width > lineWidth || end == text.size() || text[end] != QLatin1Char('\n'))
             break;
         widestFit = std::max(widestFit, width);
         bottoms.push_back(*y += singleLineHeight);
+        start = end + 1;
     }
     return int(start);
 }
