@@ -273,6 +273,10 @@ void ConsoleLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         for (int i = oldCount - tail; i < oldCount; ++i)
             tailHeights.push_back(bottoms[i] - top(i));
         bottoms.resize(firstNumber);
+        // Grown once for a reply of many lines, not doubled and copied again and again on the
+        // way, and still doubled for many small ones.
+        if (bottoms.capacity() < std::size_t(blockCount))
+            bottoms.reserve(std::max(std::size_t(blockCount), 2 * bottoms.capacity()));
         const auto firstShaped
                 = std::lower_bound(shapedBlocks.begin(), shapedBlocks.end(), firstNumber);
         for (auto shaped = firstShaped; shaped != shapedBlocks.end(); ++shaped) {
