@@ -51,7 +51,8 @@ void Console::appendOutput(const QString &chunk)
     // Cut at each carriage return by hand: QString::split copies even a part that is the whole
     // chunk on Qt 6, and a reply of 600 000 lines is 50 MB. A part that is the whole chunk shares
     // its text.
-    for (qsizetype partStart = 0, returnAt = 0; returnAt >= 0; partStart = returnAt + 1) {
+    using Index = decltype(chunk.size()); // int on Qt 5, qsizetype on Qt 6
+    for (Index partStart = 0, returnAt = 0; returnAt >= 0; partStart = returnAt + 1) {
         returnAt = chunk.indexOf(QLatin1Char('\r'), partStart);
         const QString part = chunk.mid(partStart, returnAt < 0 ? -1 : returnAt - partStart);
         if (partStart == 0 && part.isEmpty())
