@@ -103,6 +103,25 @@ private:
     QPlainTextEdit edit;
 };
 
+// The floor under both widgets: the same insertions into a document that nothing lays out or
+// shows, which is what the toolkit's document itself costs.
+class DocumentAlone : public Widget
+{
+public:
+    DocumentAlone() { document.setUndoRedoEnabled(false); }
+
+    void append(const QString &chunk) override
+    {
+        QTextCursor cursor(&document);
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertText(chunk);
+    }
+    int lineCount() const override { return document.blockCount() - 1; }
+
+private:
+    QTextDocument document;
+};
+
 // The console draws at most once per frame of the screen: what changes within a frame of its last
 // drawing is drawn when the frame is over. Each timed append below comes a frame after the last,
 // so that it is drawn at once, as the reference is, and its repaint is in the figure.
@@ -151,6 +170,8 @@ std::unique_ptr<Widget> make(const QString &which, QSize size)
 {
     if (which == QLatin1String("console"))
         return std::make_unique<ConsoleAlone>(size);
+    if (which == QLatin1String("document"))
+        return std::make_unique<DocumentAlone>();
     return std::make_unique<Reference>(size);
 }
 
@@ -166,28 +187,30 @@ double measuredAlone(const QStringList &arguments)
 
 // The cost per line of every chunk size appended to every console size, each into a widget
 // freshly filled to that size in a process of its own (what one measure leaves in the heap
-// would otherwise weigh on the next), the console and the reference taking turns; the median of
-// three. Indexed [widget][chunk][held].
-std::array<QList<QList<double>>, 2> matrices()
+// would otherwise weigh on the next), the console, the reference and the document alone taking
+// turns; the median of three. Indexed [widget][chunk][held].
+constexpr int Measured = 3;
+std::array<QList<QList<double>>, Measured> matrices()
 {
     constexpr int Repeats = 3;
-    const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference")};
-    std::array<QList<QList<double>>, 2> costs;
+    const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference"),
+                               QStringLiteral("document")};
+    std::array<QList<QList<double>>, Measured> costs;
     for (const int chunk : ChunkLines) {
-        std::array<QList<double>, 2> cells;
+        std::array<QList<double>, Measured> cells;
         for (const int held : HeldLines) {
-            std::array<QList<double>, 2> runs;
+            std::array<QList<double>, Measured> runs;
             for (int repeat = 0; repeat < Repeats; ++repeat) {
-                for (int turn = 0; turn < 2; ++turn) {
-                    const int which = (turn + repeat) % 2;
+                for (int turn = 0; turn < Measured; ++turn) {
+                    const int which = (turn + repeat) % Measured;
                     runs[which] << measuredAlone({QStringLiteral("--append"), widgets[which],
                                                   QString::number(chunk), QString::number(held)});
                 }
             }
-            for (int which = 0; which < 2; ++which)
+            for (int which = 0; which < Measured; ++which)
                 cells[which] << median(runs[which]);
         }
-        for (int which = 0; which < 2; ++which)
+        for (int which = 0; which < Measured; ++which)
             costs[which] << cells[which];
     }
     return costs;
@@ -195,9 +218,10 @@ std::array<QList<QList<double>>, 2> matrices()
 
 void appendCosts()
 {
-    const auto [console, reference] = matrices();
+    const auto [console, reference, document] = matrices();
     const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
     double worstRatio = 0;
+    double floorAtWorst = 0;
     for (int chunk = 0; chunk < ChunkLines.size(); ++chunk) {
         const QString name = ChunkLines[chunk] == 1
                 ? QStringLiteral("chunk of 1 line")
@@ -205,12 +229,22 @@ void appendCosts()
         row(QStringLiteral("console, %1, us per line, %2").arg(name, held),
             figures(console[chunk]));
         row(QStringLiteral("  QPlainTextEdit, the same"), figures(reference[chunk]));
+        row(QStringLiteral("  the document alone, nothing laid out or shown, the same"),
+            figures(document[chunk]));
         QList<double> ratios;
-        for (int cell = 0; cell < HeldLines.size(); ++cell)
+        QList<double> floors;
+        for (int cell = 0; cell < HeldLines.size(); ++cell) {
             ratios << console[chunk][cell] / reference[chunk][cell];
-        worstRatio = std::max(worstRatio, *std::max_element(ratios.cbegin(), ratios.cend()));
+            floors << document[chunk][cell] / reference[chunk][cell];
+            if (ratios.last() > worstRatio) {
+                worstRatio = ratios.last();
+                floorAtWorst = floors.last();
+            }
+        }
         row(QStringLiteral("  console / QPlainTextEdit"), figures(ratios),
             QStringLiteral("<= 1.00"));
+        row(QStringLiteral("  document alone / QPlainTextEdit: the least a widget on it can reach"),
+            figures(floors));
         if (chunk > 0) // a one-line chunk is the fixed cost of a call
             row(QStringLiteral("  console, dearest / cheapest of the three"),
                 ratio(spread(console[chunk])), QStringLiteral("<= 3.00"));
@@ -226,6 +260,7 @@ void appendCosts()
     }
     row(QStringLiteral("console / QPlainTextEdit, worst cell"), ratio(worstRatio),
         QStringLiteral("<= 1.00"));
+    row(QStringLiteral("  document alone / QPlainTextEdit in that cell"), ratio(floorAtWorst));
 }
 
 // Resident bytes per kept line of one widget, filled to a million lines.
