@@ -1,8 +1,8 @@
 // Prints what the console's appends cost against what it already holds and against the chunk's
-// size, beside the toolkit's own widget for long logs (QPlainTextEdit); its memory per kept line;
-// the cost of growing one long line; and how resident memory moves while one progress line is
-// overwritten again and again: rows of "measure, result, target", separated by tabs, for
-// bench/run's table.
+// size, beside the toolkit's own widget for long logs (QPlainTextEdit) and the toolkit's document
+// alone, which both widgets keep their text in; its memory per kept line; the cost of growing one
+// long line; and how resident memory moves while one progress line is overwritten again and
+// again: rows of "measure, result, target", separated by tabs, for bench/run's table.
 
 #include "app/console.h"
 #include "app/ostrelrecovery.h"
