@@ -2,10 +2,10 @@
 # scripts/screenshots, scripts/check-package and tests/e2e/desktop. Sourced, not run.
 
 # Prints the id of the visible window whose whole name matches the pattern (an extended regular
-# expression, so parentheses are escaped), waiting up to 10 s; prints nothing when none shows.
+# expression, so parentheses are escaped), waiting up to a minute; prints nothing when none shows.
 find_window() {
     local id=""
-    for _ in $(seq 50); do
+    for _ in $(seq 300); do
         id=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | tail -1) && [ -n "$id" ] && break
         sleep 0.2
     done
@@ -26,12 +26,12 @@ click_bottom() {
 }
 
 # Presses F12 in the focused screen and prints the path of the picture that the console writes
-# into the folder, waiting up to 5 s; prints nothing when none comes. Earlier pictures in the
+# into the folder, waiting up to 30 s; prints nothing when none comes. Earlier pictures in the
 # folder are removed first.
 f12_picture() {
     rm -f "$1"/screenshot_*.png
     xdotool key F12
-    for _ in $(seq 50); do
+    for _ in $(seq 300); do
         ls "$1"/screenshot_*.png >/dev/null 2>&1 && break
         sleep 0.1
     done
