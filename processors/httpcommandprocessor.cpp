@@ -1,6 +1,7 @@
 #include "processors/httpcommandprocessor.h"
 
 #include "processors/protocol.h"
+#include "processors/replybody.h"
 
 #include <QJsonDocument>
 #include <QNetworkReply>
@@ -91,10 +92,12 @@ void HttpCommandProcessor::ejectUSB()
 void HttpCommandProcessor::handleReply(QNetworkReply *reply)
 {
     const QString url = reply->url().toString();
-    if (reply->error() != QNetworkReply::NoError || reply->bytesAvailable() > MaximumBodySize) {
+    auto *replyBody = reply->findChild<ReplyBody *>(QString(), Qt::FindDirectChildrenOnly);
+    replyBody->read();
+    if (reply->error() != QNetworkReply::NoError || !replyBody->isWhole()) {
         emit responseReceived(QStringLiteral("Connection error to %1.\n").arg(hostName));
     } else if (reply->isReadable()) {
-        const QByteArray body = reply->readAll();
+        const QByteArray body = replyBody->take();
         if (url.endsWith(QLatin1String("identify"))) {
             // Log lines may come first; the document is the last line.
             const QByteArray document = body.mid(body.lastIndexOf('\n') + 1);
@@ -119,13 +122,11 @@ QNetworkReply *HttpCommandProcessor::sendRequest(const QString &path)
     QNetworkRequest request(url);
     // Plain HTTP/1.1 on both Qt lines: Qt 6 would offer HTTP/2 by default.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    ReplyBody::prepare(&request);
     QNetworkReply *reply = networkManager.get(request);
     connect(reply, &QObject::destroyed, this, &HttpCommandProcessor::handleReplyDestroyed);
-    // Qt holds a whole body in memory; a peer that sends without end must not take it all.
-    connect(reply, &QIODevice::readyRead, reply, [reply] {
-        if (reply->bytesAvailable() > MaximumBodySize)
-            reply->abort();
-    });
+    // Read as it comes, in bounded pieces: the toolkit would hold any body whole.
+    new ReplyBody(reply);
     return reply;
 }
 

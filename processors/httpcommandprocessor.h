@@ -28,9 +28,6 @@ public:
     void cancel() override;
     void ejectUSB() override;
 
-    // A body larger than this is taken as a failed request instead of being held in memory whole.
-    static constexpr qint64 MaximumBodySize = 16 * 1024 * 1024;
-
 public slots:
     void handleReply(QNetworkReply *reply);
 

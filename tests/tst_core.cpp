@@ -1,16 +1,23 @@
 #include "processors/commandprocessor.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
+#include "processors/replybody.h"
+#include "tools/instrument-sim/hostilereplies.h"
 #include "tools/instrument-sim/httpreplyserver.h"
 #include "tools/instrument-sim/instrumentsimulator.h"
 
 #include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QtTest>
 
 #include <map>
 #include <memory>
 #include <mutex>
+
+Q_DECLARE_METATYPE(HttpReply)
 
 // Every signal a back end emits as one line, in order: "response: Prog 0%", "identity: B-first
 // B:3 A:2 usb: USB0 USB1", "busy: false".
@@ -110,6 +117,9 @@ private slots:
     void http_data();
     void http();
     void httpTeardownInFlight();
+    void hostile_data();
+    void hostile();
+    void httpRequestHeaders();
     void local_data();
     void local();
     void localTeardownWhileRunning();
@@ -363,8 +373,7 @@ void TestCore::http_data()
             << "Prog\r" << QStringList {"cancel"};
     QTest::newRow("larger than any real reply")
             << "reboot"
-            << Replies {"reboot 200 "
-                        + QByteArray(HttpCommandProcessor::MaximumBodySize + 1024 * 1024, 'x')}
+            << Replies {"reboot 200 " + QByteArray(ReplyBody::MaximumSize + 1024 * 1024, 'x')}
             << error << QStringList {"reboot"};
     QTest::newRow("reset items as they stand, one naming no slot skipped first")
             << "reset: count, Slot A Count, a/b" << Replies()
@@ -431,6 +440,66 @@ void TestCore::http()
     // goes out before the reply that asked for it is deleted.
     QCOMPARE(events.events.filter("busy: ").size(), 2 * requests.size());
     QCOMPARE(events.events.count("busy: false"), 1);
+}
+
+// What a hostile instrument answers. Each ends as a body too large to hold, and holding it never
+// costs the console much more than the 16 MB it may keep: the bound is 64 MB, here with twice that
+// as the margin of the test (bench/run prints the figure).
+void TestCore::hostile_data()
+{
+    QTest::addColumn<HttpReply>("reply");
+    for (const HostileReplies::Named &hostile : HostileReplies::all())
+        QTest::newRow(hostile.name.c_str()) << hostile.reply;
+}
+
+void TestCore::hostile()
+{
+    QFETCH(HttpReply, reply);
+
+    static int rows = 0;
+    const QString address = QString("127.0.21.%1").arg(10 + ++rows);
+    HttpReplyServer server([&reply](const std::string &) { return reply; });
+    QVERIFY(server.start(address.toStdString()));
+    HttpCommandProcessor http(address, nullptr);
+    SignalRecorder events(&http);
+    QVERIFY(HostileReplies::resetPeak());
+    const qint64 before = HostileReplies::residentKilobytes();
+    http.reboot();
+    QVERIFY(QTest::qWaitFor([&] { return !http.isBusy(); }, Patience));
+    const qint64 grown = HostileReplies::peakResidentKilobytes() - before;
+    QCOMPARE(events.events.filter("response: "),
+             QStringList {"response: Connection error to " + address + ".\\n"});
+    QVERIFY2(grown < 128 * 1024, qPrintable(QString("grew by %1 MB").arg(grown / 1024)));
+}
+
+// The instrument sees the requests the toolkit makes by itself, whatever the back end does to read
+// the replies: the same headers, none of the console's own.
+void TestCore::httpRequestHeaders()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress("127.0.21.3"), 8080));
+    const auto headers = [&server] {
+        QStringList lines;
+        if (!QTest::qWaitFor([&] { return server.hasPendingConnections(); }, Patience))
+            return lines;
+        QTcpSocket *socket = server.nextPendingConnection();
+        QByteArray request;
+        while (!request.contains("\r\n\r\n") && socket->waitForReadyRead(Patience))
+            request += socket->readAll();
+        lines = QString::fromLatin1(request).split("\r\n", Qt::SkipEmptyParts).mid(1);
+        lines.sort();
+        delete socket;
+        return lines;
+    };
+    HttpCommandProcessor http("127.0.21.3", nullptr);
+    http.identify();
+    const QStringList console = headers();
+    QNetworkAccessManager toolkit;
+    QNetworkRequest request(QUrl("http://127.0.21.3:8080/ops/identify"));
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    std::unique_ptr<QNetworkReply> reply(toolkit.get(request));
+    QVERIFY(!console.isEmpty());
+    QCOMPARE(console, headers());
 }
 
 // Replies still in flight when the back end goes are deleted with it; none of them may report to

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <limits>
+#include <utility>
 
 HttpReplyServer::HttpReplyServer(Responder responder)
     : responder(std::move(responder))
@@ -20,8 +21,29 @@ HttpReplyServer::HttpReplyServer(Responder responder)
         response.status = reply.status;
         if (!reply.location.empty())
             response.set_header("Location", reply.location);
+        // The server compresses text by itself for a client that accepts it: an encoded body is
+        // sent as it stands.
+        const char *type = "text/plain; charset=utf-8";
+        if (!reply.encoding.empty()) {
+            response.set_header("Content-Encoding", reply.encoding);
+            type = "application/octet-stream";
+        }
+        if (reply.stream) {
+            const auto provide = [reply, first = true](size_t, httplib::DataSink &sink) mutable {
+                const bool opening = std::exchange(first, false);
+                const std::string piece = opening ? reply.body : reply.stream();
+                if (piece.empty() && !opening)
+                    sink.done();
+                return piece.empty() || sink.write(piece.data(), piece.size());
+            };
+            if (reply.chunked)
+                response.set_chunked_content_provider(type, provide);
+            else
+                response.set_content_provider(type, provide);
+            return;
+        }
         if (!reply.dropConnection) {
-            response.set_content(reply.body, "text/plain; charset=utf-8");
+            response.set_content(reply.body, type);
             return;
         }
         // The headers promise a body that never comes: the provider gives up before writing.
