@@ -11,12 +11,16 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 constexpr int WindowWidth = 1280;
@@ -25,6 +29,20 @@ constexpr int ButtonHeight = 48;
 constexpr int CommandsWidth = 426;
 constexpr int ConsoleHeight = 266;
 constexpr int ExportHeight = 200;
+
+// Writes what the system still holds of the file, and the folder's entry for it, to the device: a
+// technician pulls the stick as soon as the picture is taken, and what is only in the page cache
+// then is lost.
+void syncToDevice(const QString &path)
+{
+    for (const QString &name : {path, QFileInfo(path).absolutePath()}) {
+        const int descriptor = ::open(QFile::encodeName(name).constData(), O_RDONLY | O_CLOEXEC);
+        if (descriptor < 0)
+            continue;
+        ::fsync(descriptor);
+        ::close(descriptor);
+    }
+}
 } // namespace
 
 OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
@@ -154,8 +172,10 @@ void OstrelRecovery::handleScreenshotRequested(QPixmap pixMap)
     const QString fileName
             = QStringLiteral("screenshot_%1.png")
                       .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd_HHmmss")));
-    pixMap.save(QDir::toNativeSeparators(
-            QStringLiteral("%1/%2").arg(screenshotFolder(identity, desktopMode), fileName)));
+    const QString path = QDir::toNativeSeparators(
+            QStringLiteral("%1/%2").arg(screenshotFolder(identity, desktopMode), fileName));
+    if (pixMap.save(path))
+        syncToDevice(path);
 }
 
 void OstrelRecovery::handleResponseReceived(const QString &response)
