@@ -8,6 +8,7 @@
 
 int main(int argc, char *argv[])
 {
+    OstrelRecovery::prepareToolkit();
     QApplication application(argc, argv);
     QCommandLineParser parser;
     const QCommandLineOption hostNameOption = CommandLine::hostNameOption();

@@ -9,6 +9,7 @@
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -104,6 +105,15 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
 }
 
 OstrelRecovery::~OstrelRecovery() = default;
+
+// Every screen is drawn to the pixel: a window of 1280 x 800, type and buttons sized in pixels.
+// A style that grew its margins and spacing with the panel's resolution (Qt 5 reads it off the
+// panel's size in millimetres) would take the room from the labels between them: on a panel of
+// 150 dpi the slot panels' lines lost a quarter of their height, at 200 dpi two thirds.
+void OstrelRecovery::prepareToolkit()
+{
+    QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
+}
 
 QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool desktopMode)
 {

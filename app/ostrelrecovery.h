@@ -41,6 +41,8 @@ public:
 
     // The folder a screenshot is written to, for an identity and a presentation.
     static QString screenshotFolder(const OstrelIdentity &identity, bool desktopMode);
+    // What the console asks of the toolkit before the application object exists.
+    static void prepareToolkit();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
