@@ -19,11 +19,12 @@
 // back end, "bare" an empty Qt Widgets window of the same size under the same style sheet, "parts"
 // that window with one of each of the toolkit's parts the console shows first, "boxes" those parts
 // with the window's four panels as empty titled boxes at their sizes. Prints
-// milliseconds. bench/run calls it many times in fresh processes.
+// milliseconds. bench/run calls it many times in fresh processes. With a third argument it stays
+// up until it is ended, for a benchmark that watches the screen.
 int main(int argc, char *argv[])
 {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s console|bare|parts|boxes SPAWN-TIME-NS\n", argv[0]);
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr, "usage: %s console|bare|parts|boxes SPAWN-TIME-NS [stay]\n", argv[0]);
         return 2;
     }
     const QByteArray mode = argv[1];
@@ -76,5 +77,5 @@ int main(int argc, char *argv[])
                                   std::chrono::system_clock::now().time_since_epoch())
                                   .count();
     std::printf("%.2f\n", double(now - spawned) / 1e6);
-    return 0;
+    return argc == 4 ? application.exec() : 0;
 }
