@@ -158,7 +158,7 @@ void TestOstrelRecovery::wiring_data()
     QTest::newRow("RESET SELECTED") << Refused << QStringList {"RESET...", "User", "RESET SELECTED"}
                                     << All << unknown << errors;
     if (InstrumentBuild)
-        return; // without a host, its tool: e2e_instrument
+        return; // without a host, its tool: tests/e2e/emulated-instrument
     const QString exported
             = "Export without carriage\nProg 0%Prog 100%\nExport With carriage\nProg 100%\n"
               "Multiple carriage in one string\n     18,823,301 100%   88.20kB/s    0:03:28 "
@@ -596,7 +596,7 @@ void TestOstrelRecovery::helpScreenFirst()
     QVERIFY(identities); // the help screen was up
     QCOMPARE(window.windowState(), InstrumentBuild ? Qt::WindowFullScreen : Qt::WindowNoState);
     if (InstrumentBuild)
-        return; // its reboot and its pictures: tst_core and e2e_instrument
+        return; // its reboot and its pictures: tst_core and tests/e2e/emulated-instrument
     QCOMPARE(window.findChild<QTextEdit *>()->toPlainText(), "RebootCalled");
     QCOMPARE(identities->count(), 1); // asked again on leaving the help screen
     const QStringList help = QDir().entryList(QDir::Files);
