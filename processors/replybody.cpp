@@ -5,18 +5,17 @@
 
 #include <utility>
 
+// Qt 5 inflates a compressed reply whole and at once, but only where it announced the encodings
+// itself: with zlib (a Qt 5 build) the console announces them and inflates here. Qt 6 inflates in
+// bounded pieces of its own as the reply is read, and refuses what inflates beyond reason.
 #ifdef OSTREL_INFLATE
 #include <zlib.h>
+constexpr bool InflatedHere = true;
 #else
 struct z_stream_s
 { };
+constexpr bool InflatedHere = false;
 #endif
-
-namespace {
-// Qt 5 inflates a reply only where it announced the encodings itself; Qt 6 inflates in bounded
-// pieces of its own as the reply is read, and refuses what inflates beyond reason.
-constexpr bool InflatedHere = QT_VERSION < QT_VERSION_CHECK(6, 0, 0);
-} // namespace
 
 ReplyBody::ReplyBody(QNetworkReply *reply)
     : QObject(reply)
@@ -48,19 +47,16 @@ void ReplyBody::prepare(QNetworkRequest *request)
 
 void ReplyBody::read()
 {
+#ifdef OSTREL_INFLATE
     if (!decided && reply->bytesAvailable() > 0) {
         decided = true;
-        if (InflatedHere && isCompressed()) {
-#ifdef OSTREL_INFLATE
+        if (isCompressed()) {
             inflater = std::make_unique<z_stream_s>();
             // A gzip or zlib stream, told apart by its header, as Qt 5 does.
             failed = inflateInit2(inflater.get(), MAX_WBITS + 32) != Z_OK;
-#else
-            // Without zlib nothing here can inflate it, and the toolkit must not.
-            failed = true;
-#endif
         }
     }
+#endif
     while (!failed && reply->bytesAvailable() > 0) {
         const QByteArray piece = reply->read(PieceSize);
         if (inflater)

@@ -12,8 +12,8 @@ struct z_stream_s;
 // Takes one reply's body in as it comes, a bounded piece at a time, and gives the reply up once
 // the body has outgrown MaximumSize: a peer that sends without end, or a small compressed body
 // that inflates to gigabytes, costs the console no more memory than that. Qt 5 would inflate a
-// compressed reply whole and at once, before anything of it could be read: there the body is
-// inflated here instead, as it is read.
+// compressed reply whole and at once, before anything of it could be read: there (with zlib) the
+// body is inflated here instead, as it is read.
 class ReplyBody final : public QObject
 {
     Q_OBJECT
