@@ -2,11 +2,24 @@
 
 #include "app/ostrelrecovery.h"
 
+#include <QApplication>
 #include <QDialog>
+#include <QFile>
 #include <QTest>
 #include <QTimer>
 
 #include <memory>
+
+// The program's own style sheet, with the console's pixel font, before any window exists. False
+// when the resource cannot be read.
+inline bool applyStyleSheet()
+{
+    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
+    if (!styleSheet.open(QIODevice::ReadOnly))
+        return false;
+    qApp->setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    return true;
+}
 
 // A window, shown at the designed size. Built without a host, it runs the start-up help screen
 // inside its constructor, which is continued past as soon as it is up, as a user would.

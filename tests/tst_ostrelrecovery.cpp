@@ -130,9 +130,7 @@ private slots:
 // The program's own style sheet, with the console's pixel font, before any window exists.
 void TestOstrelRecovery::initTestCase()
 {
-    QFile styleSheet(":/styleSheet.qss");
-    QVERIFY(styleSheet.open(QIODevice::ReadOnly));
-    qApp->setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    QVERIFY(applyStyleSheet());
 }
 
 // Button presses, busy reports and identities, then what the screen shows.

@@ -80,9 +80,7 @@ OstrelIdentity fullIdentity()
 
 void TestScreens::initTestCase()
 {
-    QFile styleSheet(":/styleSheet.qss");
-    QVERIFY(styleSheet.open(QIODevice::ReadOnly));
-    qApp->setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+    QVERIFY(applyStyleSheet());
 }
 
 void TestScreens::screens_data()
