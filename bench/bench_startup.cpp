@@ -1,5 +1,6 @@
 #include "app/ostrelrecovery.h"
 #include "bench/benchtable.h"
+#include "dialogs/helpmessagerebootmenu.h"
 
 #include <QApplication>
 #include <QGridLayout>
@@ -16,20 +17,24 @@
 
 // One start-up, measured from the moment the caller spawned this process (nanoseconds since the
 // epoch, the second argument) to the first exposed window: "console" is the main window with its
-// back end, "bare" an empty Qt Widgets window of the same size under the same style sheet, "parts"
-// that window with one of each of the toolkit's parts the console shows first, "boxes" those parts
-// with the window's four panels as empty titled boxes at their sizes. Prints
+// back end, "bare" an empty Qt Widgets window of the same size under the same style sheet, "help"
+// the start-up help dialog alone (the console's first screen without the window built first),
+// "parts" that window with one of each of the toolkit's parts the console shows first, "boxes"
+// those parts with the window's four panels as empty titled boxes at their sizes. Prints
 // milliseconds. bench/run calls it many times in fresh processes. With a third argument it stays
 // up until it is ended, for a benchmark that watches the screen.
 int main(int argc, char *argv[])
 {
     if (argc != 3 && argc != 4) {
-        std::fprintf(stderr, "usage: %s console|bare|parts|boxes SPAWN-TIME-NS [stay]\n", argv[0]);
+        std::fprintf(stderr, "usage: %s console|bare|help|parts|boxes SPAWN-TIME-NS [stay]\n",
+                     argv[0]);
         return 2;
     }
     const QByteArray mode = argv[1];
     const long long spawned = QByteArray(argv[2]).toLongLong();
 
+    // Every program here starts as the console does.
+    OstrelRecovery::prepareToolkit();
     QApplication application(argc, argv);
     BenchTable::applyStyleSheet(application);
 
@@ -37,6 +42,8 @@ int main(int argc, char *argv[])
     if (mode == "console") {
         // A host, so that no help screen comes first; nothing listens there.
         window = std::make_unique<OstrelRecovery>(QStringLiteral("127.0.50.1"));
+    } else if (mode == "help") {
+        window = std::make_unique<HelpMessageRebootMenu>(nullptr);
     } else {
         window = std::make_unique<QWidget>();
         window->setFixedSize(1280, 800);
