@@ -9,6 +9,7 @@
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
@@ -23,6 +24,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <thread>
+
 namespace {
 constexpr int WindowWidth = 1280;
 constexpr int WindowHeight = 800;
@@ -33,16 +36,21 @@ constexpr int ExportHeight = 200;
 
 // Writes what the system still holds of the file, and the folder's entry for it, to the device: a
 // technician pulls the stick as soon as the picture is taken, and what is only in the page cache
-// then is lost.
-void syncToDevice(const QString &path)
+// then is lost. It waits for the stick, which may write a few kilobytes a second or stall on
+// resets for minutes, so it runs beside the window on a thread of its own that nothing waits for.
+void syncToDeviceLater(const QString &path)
 {
-    for (const QString &name : {path, QFileInfo(path).absolutePath()}) {
-        const int descriptor = ::open(QFile::encodeName(name).constData(), O_RDONLY | O_CLOEXEC);
-        if (descriptor < 0)
-            continue;
-        ::fsync(descriptor);
-        ::close(descriptor);
-    }
+    const QByteArray names[]
+            = {QFile::encodeName(path), QFile::encodeName(QFileInfo(path).absolutePath())};
+    std::thread([names] {
+        for (const QByteArray &name : names) {
+            const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+            if (descriptor < 0)
+                continue;
+            ::fsync(descriptor);
+            ::close(descriptor);
+        }
+    }).detach();
 }
 } // namespace
 
@@ -176,7 +184,8 @@ void OstrelRecovery::handleBootOrderChanged()
 }
 
 // Named after the current second: a second picture within it replaces the first. A picture that
-// cannot be written is lost without a word.
+// cannot be written whole (a full or read-only stick) is lost without a word, and leaves no
+// broken file beside the technician's own.
 void OstrelRecovery::handleScreenshotRequested(QPixmap pixMap)
 {
     const QString fileName
@@ -184,8 +193,21 @@ void OstrelRecovery::handleScreenshotRequested(QPixmap pixMap)
                       .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd_HHmmss")));
     const QString path = QDir::toNativeSeparators(
             QStringLiteral("%1/%2").arg(screenshotFolder(identity, desktopMode), fileName));
-    if (pixMap.save(path))
-        syncToDevice(path);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!pixMap.save(&buffer, "PNG"))
+        return;
+    // Unbuffered, so that a write the stick refuses is seen here and not lost in a late flush.
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return;
+    if (file.write(png) != png.size()) {
+        file.remove();
+        return;
+    }
+    file.close();
+    syncToDeviceLater(path);
 }
 
 void OstrelRecovery::handleResponseReceived(const QString &response)

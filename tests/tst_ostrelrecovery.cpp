@@ -11,6 +11,9 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -617,6 +620,17 @@ void TestOstrelRecovery::helpScreenFirst()
                      || pictures.first() == "screenshot_" + after + ".png",
              qPrintable(pictures.first()));
     QCOMPARE(QImage(pictures.first()).size(), QSize(1280, 800));
+
+    // A stick that fills up part of the way through the picture, as the file size limit makes one.
+    QVERIFY(QFile::remove(pictures.first()));
+    rlimit limit {};
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const auto unlimit = qScopeGuard([limit] { setrlimit(RLIMIT_FSIZE, &limit); });
+    const rlimit full {16384, limit.rlim_max};
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &full), 0);
+    std::signal(SIGXFSZ, SIG_IGN);
+    QTest::keyClick(&window, Qt::Key_F12);
+    QCOMPARE(QDir().entryList(QDir::Files), QStringList());
 }
 
 QTEST_MAIN(TestOstrelRecovery)
