@@ -24,10 +24,17 @@ ReplyBody::ReplyBody(QNetworkReply *reply)
     reply->setReadBufferSize(PieceSize);
     connect(reply, &QIODevice::readyRead, this, &ReplyBody::read);
     // A compressed reply that Qt 6 refuses as inflating beyond reason would wait for its end,
-    // which need never come.
+    // which need never come. Every other failure ends the reply right after it is reported, and
+    // aborting one that has failed already has the toolkit complain on standard error: the
+    // reply is given up only if it is still running once the report is over.
     connect(reply, &QNetworkReply::errorOccurred, this, [this] {
-        if (!this->reply->isFinished())
-            this->reply->abort();
+        QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    if (!this->reply->isFinished())
+                        this->reply->abort();
+                },
+                Qt::QueuedConnection);
     });
 }
 

@@ -423,6 +423,12 @@ void TestCore::http()
         return queue.size() > 1 ? queue.takeFirst() : queue.first();
     });
     QVERIFY(server.start(address.toStdString()));
+    // A failure reaches the technician as console text, and nothing is written anywhere else.
+    static QStringList warnings;
+    warnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &text) { warnings << text; });
+    const auto restore = qScopeGuard([previous] { qInstallMessageHandler(previous); });
     HttpCommandProcessor http(address, nullptr);
     SignalRecorder events(&http);
     QVERIFY(SignalRecorder::perform(&http, operation));
@@ -440,6 +446,7 @@ void TestCore::http()
     // goes out before the reply that asked for it is deleted.
     QCOMPARE(events.events.filter("busy: ").size(), 2 * requests.size());
     QCOMPARE(events.events.count("busy: false"), 1);
+    QCOMPARE(warnings, QStringList());
 }
 
 // What a hostile instrument answers. Each ends as a body too large to hold, and holding it never
