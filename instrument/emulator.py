@@ -19,15 +19,24 @@ import time
 PATIENCE = 240  # seconds for anything the emulated instrument does; met waits end at once
 
 
-def qemu_command(image, work, window):
-    command = ["qemu-system-aarch64", "-M", "virt", "-cpu", "cortex-a53", "-smp", "2", "-m", "512",
+def qemu_command(image, work, window, keyboard=True):
+    """The emulator for an image of instrument/make-image: BusyBox in the initrd, or with a disk
+    (root.img) a Debian system with systemd, whose kernel console is on the panel as well."""
+    command = ["qemu-system-aarch64", "-M", "virt", "-cpu", "cortex-a53", "-smp", "2",
                "-kernel", image + "/vmlinuz", "-initrd", image + "/initrd",
-               "-append", "console=ttyAMA0 rdinit=/sbin/init quiet",
                "-device", "virtio-gpu-pci,xres=1280,yres=800",
-               "-device", "qemu-xhci", "-device", "usb-kbd", "-device", "usb-tablet",
+               "-device", "qemu-xhci", "-device", "usb-tablet",
                "-drive", "if=none,id=stick,format=raw,file=" + work + "/stick.img",
                "-device", "usb-storage,drive=stick,id=stickdevice,removable=on",
                "-nic", "none", "-no-reboot"]
+    if os.path.exists(image + "/root.img"):
+        command += ["-m", "1024", "-append", "console=tty0 console=ttyAMA0 quiet",
+                    "-drive", "if=none,id=root,format=raw,snapshot=on,file=" + image + "/root.img",
+                    "-device", "virtio-blk-pci,drive=root"]
+    else:
+        command += ["-m", "512", "-append", "console=ttyAMA0 rdinit=/sbin/init quiet"]
+    if keyboard:
+        command += ["-device", "usb-kbd,id=keyboard"]
     if window:
         return command + ["-display", "gtk", "-serial", "mon:stdio"]
     return command + ["-display", "none",
@@ -37,12 +46,12 @@ def qemu_command(image, work, window):
 
 
 class Instrument:
-    def __init__(self, image, work):
+    def __init__(self, image, work, keyboard=True):
         self.work = work
         self.serial_text = ""
         self.events = []
         self.lock = threading.Condition()
-        self.emulator = subprocess.Popen(qemu_command(image, work, False))
+        self.emulator = subprocess.Popen(qemu_command(image, work, False, keyboard))
         self.serial = self.connect(work + "/serial")
         threading.Thread(target=self.drain, daemon=True).start()
         self.qmp = self.connect(work + "/qmp").makefile("rw")
