@@ -365,7 +365,7 @@ void TestCore::http_data()
             << "installSoftware"
             << Replies {"ops/install 200 ", "status 200 Prog 0%\r", "status drop Prog 50%"}
             << "Prog 0%\r" + error << polls("ops/install", 2);
-    // Qt 6 would follow the redirect; Qt 5.15, where the console was specified, could not.
+    // Qt 6 would follow the redirect; Qt 5.15, the console's main line, could not.
     QTest::newRow("text reply: a redirect is shown, NUL ends it, status words do not poll")
             << "cancel"
             << Replies {QByteArray("cancel 302>elsewhere Prog\r\0ped\n", 31),
