@@ -4,19 +4,18 @@
 #include "dialogs/bootmenu.h"
 #include "dialogs/helpmessagerebootmenu.h"
 #include "dialogs/resetmenu.h"
+#include "dialogs/screen.h"
 #include "dialogs/statuswidget.h"
 #include "processors/commandprocessor.h"
 #include "processors/fakecommandprocessor.h"
 #include "processors/httpcommandprocessor.h"
 
 #include <QBuffer>
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -29,7 +28,6 @@
 namespace {
 constexpr int WindowWidth = 1280;
 constexpr int WindowHeight = 800;
-constexpr int ButtonHeight = 48;
 constexpr int CommandsWidth = 426;
 constexpr int ConsoleHeight = 266;
 constexpr int ExportHeight = 200;
@@ -114,15 +112,6 @@ OstrelRecovery::OstrelRecovery(const QString &hostName, QWidget *parent)
 
 OstrelRecovery::~OstrelRecovery() = default;
 
-// Every screen is drawn to the pixel: a window of 1280 x 800, type and buttons sized in pixels.
-// A style that grew its margins and spacing with the panel's resolution (Qt 5 reads it off the
-// panel's size in millimetres) would take the room from the labels between them: on a panel of
-// 150 dpi the slot panels' lines lost a quarter of their height, at 200 dpi two thirds.
-void OstrelRecovery::prepareToolkit()
-{
-    QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
-}
-
 QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool desktopMode)
 {
     if (desktopMode)
@@ -138,11 +127,11 @@ QString OstrelRecovery::screenshotFolder(const OstrelIdentity &identity, bool de
     return QDir::toNativeSeparators(QStringLiteral("%1/%2").arg(UsbMountRoot, alias));
 }
 
-// F12 takes a picture of the window; every other key is swallowed.
 void OstrelRecovery::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12)
-        handleScreenshotRequested(grab());
+    const QPixmap picture = Screen::screenshotFor(this, event);
+    if (!picture.isNull())
+        handleScreenshotRequested(picture);
 }
 
 // Returns at once: the dialog makes itself modal.
@@ -271,15 +260,15 @@ void OstrelRecovery::createCommandsGroup()
 {
     commandsGroup = new QGroupBox(tr("Commands"), this);
     commandsGroup->setFixedWidth(CommandsWidth);
-    installButton = createButton(tr("INSTALL SW"), commandsGroup);
-    resetButton = createButton(tr("RESET..."), commandsGroup);
-    bootOrderButton = createButton(tr("BOOT ORDER..."), commandsGroup);
-    rebootButton = createButton(tr("REBOOT"), commandsGroup);
+    installButton = Screen::button(tr("INSTALL SW"), commandsGroup);
+    resetButton = Screen::button(tr("RESET..."), commandsGroup);
+    bootOrderButton = Screen::button(tr("BOOT ORDER..."), commandsGroup);
+    rebootButton = Screen::button(tr("REBOOT"), commandsGroup);
 
     exportGroup = new QGroupBox(tr("Export"), commandsGroup);
     exportGroup->setFixedHeight(ExportHeight);
-    exportButton = createButton(tr("EXPORT"), exportGroup);
-    cancelButton = createButton(tr("CANCEL"), exportGroup);
+    exportButton = Screen::button(tr("EXPORT"), exportGroup);
+    cancelButton = Screen::button(tr("CANCEL"), exportGroup);
     cancelButton->setEnabled(false);
     auto *exportLayout = new QVBoxLayout(exportGroup);
     exportLayout->addWidget(exportButton);
@@ -311,8 +300,8 @@ void OstrelRecovery::createUsbGroup()
     usbStatusLabel->setAlignment(Qt::AlignCenter);
     usbLabelLabel = new QLabel(usbGroup);
     usbLabelLabel->setAlignment(Qt::AlignCenter);
-    ejectButton = createButton(tr("EJECT"), usbGroup);
-    refreshButton = createButton(tr("REFRESH"), usbGroup);
+    ejectButton = Screen::button(tr("EJECT"), usbGroup);
+    refreshButton = Screen::button(tr("REFRESH"), usbGroup);
 
     auto *layout = new QGridLayout(usbGroup);
     layout->addWidget(usbStatusLabel, 0, 0, 1, 2);
@@ -329,13 +318,6 @@ void OstrelRecovery::createStatusGroup()
 {
     statusWidget = new StatusWidget(tr("Status"), this);
     processor->identify();
-}
-
-QPushButton *OstrelRecovery::createButton(const QString &text, QWidget *parent)
-{
-    auto *button = new QPushButton(text, parent);
-    button->setFixedHeight(ButtonHeight);
-    return button;
 }
 
 // Without an instrument host the only thing a reboot would reach is the simulator.

@@ -41,8 +41,6 @@ public:
 
     // The folder a screenshot is written to, for an identity and a presentation.
     static QString screenshotFolder(const OstrelIdentity &identity, bool desktopMode);
-    // What the console asks of the toolkit before the application object exists.
-    static void prepareToolkit();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
@@ -67,7 +65,6 @@ private:
     void createUsbGroup();
     void createStatusGroup();
 
-    QPushButton *createButton(const QString &text, QWidget *parent);
     bool rebootLocked() const;
 
     AbstractCommandProcessor *processor = nullptr;

@@ -6,8 +6,8 @@
 
 #include "app/console.h"
 #include "app/ostrelrecovery.h"
+#include "app/startup.h"
 #include "bench/benchtable.h"
-#include "tests/shownwindow.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -335,10 +335,18 @@ int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    Startup::prepareToolkit();
     QApplication application(argc, argv);
-    // The console as the program shows it: in the style sheet's 20 px type, as the reference.
-    BenchTable::applyStyleSheet(application);
-    const QSize consoleSize = shownWindow(QString())->findChild<Console *>()->size();
+    Startup::applyStyleSheet(application);
+    // The console's size in the window. A host, where nothing listens, so that no help screen
+    // comes first.
+    const QSize consoleSize = [] {
+        OstrelRecovery window(QStringLiteral("127.0.50.1"));
+        window.setWindowState(Qt::WindowNoState);
+        window.show();
+        QCoreApplication::processEvents();
+        return window.findChild<Console *>()->size();
+    }();
     // Measures that run in a process of their own.
     if (argc == 3 && qstrcmp(argv[1], "--bytes-per-line") == 0) {
         std::printf("%f\n", bytesPerLine(QString::fromLocal8Bit(argv[2]), consoleSize));

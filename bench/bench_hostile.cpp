@@ -6,6 +6,7 @@
 //   ostrel-bench-hostile [LABEL]   (LABEL names the build in the rows, say "Qt 6")
 
 #include "app/ostrelrecovery.h"
+#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "processors/abstractcommandprocessor.h"
 #include "tools/instrument-sim/hostilereplies.h"
@@ -20,8 +21,9 @@ int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    Startup::prepareToolkit();
     QApplication application(argc, argv);
-    BenchTable::applyStyleSheet(application);
+    Startup::applyStyleSheet(application);
     const QString label = QCoreApplication::arguments().value(1);
     const std::vector<HostileReplies::Named> hostile = HostileReplies::all();
 

@@ -5,6 +5,7 @@
 
 #include "app/console.h"
 #include "app/ostrelrecovery.h"
+#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "processors/httpcommandprocessor.h"
 
@@ -131,7 +132,9 @@ double wrkRate()
 
 int main(int argc, char *argv[])
 {
+    Startup::prepareToolkit();
     QApplication application(argc, argv);
+    Startup::applyStyleSheet(application);
     if (argc < 2) {
         std::fprintf(stderr, "usage: %s PATH-OF-ostrel-instrument-sim\n", argv[0]);
         return 2;

@@ -1,4 +1,5 @@
 #include "app/ostrelrecovery.h"
+#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "dialogs/helpmessagerebootmenu.h"
 
@@ -34,9 +35,9 @@ int main(int argc, char *argv[])
     const long long spawned = QByteArray(argv[2]).toLongLong();
 
     // Every program here starts as the console does.
-    OstrelRecovery::prepareToolkit();
+    Startup::prepareToolkit();
     QApplication application(argc, argv);
-    BenchTable::applyStyleSheet(application);
+    Startup::applyStyleSheet(application);
 
     std::unique_ptr<QWidget> window;
     if (mode == "console") {

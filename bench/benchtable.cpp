@@ -1,6 +1,6 @@
 #include "bench/benchtable.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>
 #include <QTimer>
@@ -44,13 +44,6 @@ double residentBytes()
     if (!statm.open(QIODevice::ReadOnly))
         return -1;
     return statm.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE));
-}
-
-void applyStyleSheet(QApplication &application)
-{
-    QFile styleSheet(QStringLiteral(":/styleSheet.qss"));
-    styleSheet.open(QIODevice::ReadOnly);
-    application.setStyleSheet(QString::fromUtf8(styleSheet.readAll()));
 }
 
 } // namespace BenchTable

@@ -3,8 +3,6 @@
 #include <QList>
 #include <QString>
 
-class QApplication;
-
 // What the benchmarks share: bench/run gathers their rows into one table.
 namespace BenchTable {
 
@@ -17,7 +15,5 @@ double median(QList<double> values);
 void runEventLoopFor(int milliseconds);
 // The resident memory of this process, after what was freed has been handed back.
 double residentBytes();
-// The program's own style sheet, so that every widget is measured in the type it shows.
-void applyStyleSheet(QApplication &application);
 
 } // namespace BenchTable

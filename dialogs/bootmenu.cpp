@@ -1,15 +1,11 @@
 #include "dialogs/bootmenu.h"
 
+#include "dialogs/screen.h"
 #include "dialogs/slotwidget.h"
 
-#include <QKeyEvent>
 #include <QPixmap>
 #include <QPushButton>
 #include <QVBoxLayout>
-
-namespace {
-constexpr int ButtonHeight = 48;
-}
 
 BootMenu::BootMenu(QWidget *parent)
     : QDialog(parent)
@@ -19,11 +15,9 @@ BootMenu::BootMenu(QWidget *parent)
     auto *layout = new QVBoxLayout;
     bootFirstSlot = new SlotWidget(tr("Boot First"), this);
     bootSecondSlot = new SlotWidget(tr("Boot Second"), this);
-    swapButton = new QPushButton(tr("SWAP"), this);
-    swapButton->setFixedHeight(ButtonHeight);
+    swapButton = Screen::button(tr("SWAP"), this);
     connect(swapButton, &QPushButton::clicked, this, &BootMenu::bootOrderSwapped);
-    closeButton = new QPushButton(tr("CLOSE"), this);
-    closeButton->setFixedHeight(ButtonHeight);
+    closeButton = Screen::button(tr("CLOSE"), this);
     connect(closeButton, &QPushButton::clicked, this, &QDialog::reject);
     layout->addWidget(bootFirstSlot);
     layout->addWidget(swapButton);
@@ -38,9 +32,9 @@ void BootMenu::refreshBootOrder(const OstrelIdentity &model)
     bootSecondSlot->showEntry(model.slotList, 1);
 }
 
-// F12 takes a picture; no other key does anything, so Escape never closes the dialog.
 void BootMenu::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12)
-        emit screenshotRequested(grab());
+    const QPixmap picture = Screen::screenshotFor(this, event);
+    if (!picture.isNull())
+        emit screenshotRequested(picture);
 }

@@ -1,6 +1,7 @@
 #include "dialogs/helpmessagerebootmenu.h"
 
-#include <QKeyEvent>
+#include "dialogs/screen.h"
+
 #include <QLabel>
 #include <QPixmap>
 #include <QPushButton>
@@ -9,7 +10,6 @@
 namespace {
 constexpr int Width = 1280;
 constexpr int Height = 800;
-constexpr int ButtonHeight = 96;
 constexpr int MessageStretch = 200;
 } // namespace
 
@@ -25,11 +25,9 @@ HelpMessageRebootMenu::HelpMessageRebootMenu(QWidget *parent)
 
     logoLabel = new QLabel(this);
     logoLabel->setPixmap(QPixmap(QStringLiteral(":/Velmora-logo.png")));
-    rebootInstrumentButton = new QPushButton(rebootText, this);
-    rebootInstrumentButton->setFixedHeight(ButtonHeight);
+    rebootInstrumentButton = Screen::button(rebootText, this, Screen::LargeButtonHeight);
     connect(rebootInstrumentButton, &QPushButton::clicked, this, &HelpMessageRebootMenu::reboot);
-    continueButton = new QPushButton(continueText, this);
-    continueButton->setFixedHeight(ButtonHeight);
+    continueButton = Screen::button(continueText, this, Screen::LargeButtonHeight);
     connect(continueButton, &QPushButton::clicked, this, &QDialog::reject);
     titleLabel = new QLabel(tr("RECOVERY MODE"), this);
     titleLabel->setAlignment(Qt::AlignCenter);
@@ -51,9 +49,10 @@ HelpMessageRebootMenu::HelpMessageRebootMenu(QWidget *parent)
     setLayout(layout);
 }
 
-// F12 takes a picture; no other key does anything: the only way on is the continue button.
+// No key but F12 does anything: the only way on is the continue button.
 void HelpMessageRebootMenu::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12)
-        emit screenshotRequested(grab());
+    const QPixmap picture = Screen::screenshotFor(this, event);
+    if (!picture.isNull())
+        emit screenshotRequested(picture);
 }

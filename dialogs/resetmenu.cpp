@@ -1,15 +1,12 @@
 #include "dialogs/resetmenu.h"
 
+#include "dialogs/screen.h"
+
 #include <QCheckBox>
 #include <QGroupBox>
-#include <QKeyEvent>
 #include <QPixmap>
 #include <QPushButton>
 #include <QVBoxLayout>
-
-namespace {
-constexpr int ButtonHeight = 48;
-}
 
 Resetmenu::Resetmenu(QWidget *parent)
     : QDialog(parent)
@@ -25,8 +22,7 @@ Resetmenu::Resetmenu(QWidget *parent)
         checkBoxes.append(new QCheckBox(QString::fromLatin1(text), this));
     for (QCheckBox *checkBox : qAsConst(checkBoxes))
         optionsLayout->addWidget(checkBox);
-    resetSelectedButton = new QPushButton(tr("RESET SELECTED"), this);
-    resetSelectedButton->setFixedHeight(ButtonHeight);
+    resetSelectedButton = Screen::button(tr("RESET SELECTED"), this);
     connect(resetSelectedButton, &QPushButton::clicked, this,
             &Resetmenu::handleResetSelectedClicked);
     layout->addWidget(optionsGroup);
@@ -34,11 +30,11 @@ Resetmenu::Resetmenu(QWidget *parent)
     setLayout(layout);
 }
 
-// F12 takes a picture; no other key does anything, so Escape never closes the dialog.
 void Resetmenu::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12)
-        emit screenshotRequested(grab());
+    const QPixmap picture = Screen::screenshotFor(this, event);
+    if (!picture.isNull())
+        emit screenshotRequested(picture);
 }
 
 // Box order, whatever order the boxes were ticked in; an empty list goes out too.

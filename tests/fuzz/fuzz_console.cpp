@@ -1,6 +1,6 @@
 #include "app/ostrelrecovery.h"
 #include "processors/abstractcommandprocessor.h"
-#include "tests/shownwindow.h"
+#include "tests/testsupport.h"
 
 #include <QApplication>
 #include <QTextEdit>
@@ -13,14 +13,16 @@
 // line feed or a character; a line that reaches 30 characters is ended before it can wrap.
 namespace {
 
-// A shown window, so that the console has its real width. One static object, built and torn
-// down as one: the application must go before the toolkit's own statics that appeared while the
-// window was built, or it cannot free what they hold.
+// A shown window, started as the console starts, so that the console has its real width and
+// type. One static object, built and torn down as one: the application must go before the
+// toolkit's own statics that appeared while the window was built, or it cannot free what they
+// hold.
 struct State
 {
     State()
-        : window(shownWindow(QString()))
     {
+        Startup::applyStyleSheet(application);
+        window = shownWindow(QString());
         if (!window)
             std::abort();
     }
@@ -28,6 +30,7 @@ struct State
     int argc = 1;
     char name[13] = "fuzz_console";
     char *argv[2] = {name, nullptr};
+    bool prepared = (Startup::prepareToolkit(), true);
     QApplication application {argc, argv};
     std::unique_ptr<OstrelRecovery> window;
 };
