@@ -112,12 +112,6 @@ bool CommandProcessor::isBusy()
     return commandProcess.state() == QProcess::Running;
 }
 
-bool CommandProcessor::isIdle() const
-{
-    return commandProcess.state() == QProcess::NotRunning
-            && identifyProcess.state() == QProcess::NotRunning;
-}
-
 // A request to end, which the tool may take its time over; its end is reported as any other.
 void CommandProcessor::cancel()
 {

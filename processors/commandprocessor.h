@@ -29,9 +29,6 @@ public:
     bool isBusy() override;
     void cancel() override;
     void ejectUSB() override;
-    // No run of either kind is going, and the end of every one has been handled: every report that
-    // a run brings has been made. isBusy() says only whether a command runs.
-    bool isIdle() const;
 
     // The build's settings: the instrument's own, or stand-ins in a build for testing.
     static const QString DefaultToolPath;

@@ -92,7 +92,7 @@ void HttpCommandProcessor::ejectUSB()
 void HttpCommandProcessor::handleReply(QNetworkReply *reply)
 {
     const QString url = reply->url().toString();
-    auto *replyBody = reply->findChild<ReplyBody *>(QString(), Qt::FindDirectChildrenOnly);
+    ReplyBody *replyBody = replyBodies.take(reply);
     replyBody->read();
     if (reply->error() != QNetworkReply::NoError || !replyBody->isWhole()) {
         emit responseReceived(QStringLiteral("Connection error to %1.\n").arg(hostName));
@@ -126,7 +126,7 @@ QNetworkReply *HttpCommandProcessor::sendRequest(const QString &path)
     QNetworkReply *reply = networkManager.get(request);
     connect(reply, &QObject::destroyed, this, &HttpCommandProcessor::handleReplyDestroyed);
     // Read as it comes, in bounded pieces: the toolkit would hold any body whole.
-    new ReplyBody(reply);
+    replyBodies.insert(reply, new ReplyBody(reply));
     return reply;
 }
 

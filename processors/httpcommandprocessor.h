@@ -2,9 +2,11 @@
 
 #include "processors/abstractcommandprocessor.h"
 
+#include <QHash>
 #include <QNetworkAccessManager>
 
 class QNetworkReply;
+class ReplyBody;
 
 // Drives a real instrument over HTTP on port 8080. Every operation is one or two GET requests sent
 // at once; the replies alive under the network manager are the only record of what is in flight,
@@ -39,4 +41,6 @@ private:
     QString hostName;
     QString baseUrl;
     QNetworkAccessManager networkManager;
+    // Each reply in flight with the reader of its body, a child of the reply.
+    QHash<const QNetworkReply *, ReplyBody *> replyBodies;
 };
