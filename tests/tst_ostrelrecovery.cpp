@@ -1,10 +1,8 @@
 #include "app/ostrelrecovery.h"
 #include "dialogs/bootmenu.h"
 #include "dialogs/helpmessagerebootmenu.h"
-#include "dialogs/resetmenu.h"
-#include "dialogs/statuswidget.h"
 #include "processors/abstractcommandprocessor.h"
-#include "tests/shownwindow.h"
+#include "tests/testsupport.h"
 #include "tools/instrument-sim/httpreplyserver.h"
 
 #include <QTcpServer>
@@ -24,21 +22,6 @@ const QString Refused = "127.0.19.1";
 const QString Silent = "127.0.19.2";
 const QString All = "INSTALL SW, RESET..., BOOT ORDER..., REBOOT, EXPORT, EJECT, REFRESH";
 const QString AllButReboot = "INSTALL SW, RESET..., BOOT ORDER..., EXPORT, EJECT, REFRESH";
-// How long a wait for an event may last: long, for a loaded machine or an emulator; a wait that is
-// met ends at once.
-constexpr int Patience = 60000;
-
-// The first child of that type whose text (a box's title) starts so, as a user finds it.
-template<typename Widget>
-Widget *find(const QWidget *screen, const QString &textStart)
-{
-    const char *property = std::is_base_of_v<QGroupBox, Widget> ? "title" : "text";
-    for (Widget *widget : screen->findChildren<Widget *>()) {
-        if (widget->property(property).toString().startsWith(textStart))
-            return widget;
-    }
-    return nullptr;
-}
 
 void feed(const OstrelRecovery *window, const QString &chunk)
 {
@@ -63,61 +46,41 @@ QString screen(const OstrelRecovery *window)
                         window->findChild<QTextEdit *>()->toPlainText()}
             .join(" | ");
 }
-std::unique_ptr<QWidget> make(const QString &screen)
+// One thing done to the window: a button pressed as a user presses it, or a report of its back end.
+using Step = std::function<void(OstrelRecovery *window)>;
+
+Step press(const QString &button)
 {
-    if (screen == "reset")
-        return std::make_unique<Resetmenu>(nullptr);
-    if (screen == "boot order")
-        return std::make_unique<BootMenu>(nullptr);
-    if (screen == "help")
-        return std::make_unique<HelpMessageRebootMenu>(nullptr);
-    return std::make_unique<StatusWidget>("Status", nullptr);
+    return [button](OstrelRecovery *window) { find<QAbstractButton>(window, button)->click(); };
 }
 
-// A screen's layout in one line: its items in order, a box's contents in braces, a grid cell
-// with its place and span, and a button's fixed height, a stretch and a centring where set.
-QString describe(const QLayout *layout)
+Step reportBusy(bool busy)
 {
-    QStringList items;
-    for (int index = 0; index < layout->count(); ++index) {
-        const QWidget *widget = layout->itemAt(index)->widget();
-        QString item;
-        if (auto *grid = qobject_cast<const QGridLayout *>(layout)) {
-            int row, column, rows, columns;
-            grid->getItemPosition(index, &row, &column, &rows, &columns);
-            item = QString("%1,%2 %3x%4 ").arg(row).arg(column).arg(rows).arg(columns);
-        }
-        const auto *label = qobject_cast<const QLabel *>(widget);
-        if (label) {
-            const QSize logo = label->pixmap(Qt::ReturnByValue).size();
-            item += label->text().isEmpty()
-                    ? QString("logo %1x%2").arg(logo.width()).arg(logo.height())
-                    : label->text() + (label->wordWrap() ? " (wraps)" : "");
-        } else if (auto *button = qobject_cast<const QAbstractButton *>(widget)) {
-            item += "[" + button->text() + "]" + (button->isChecked() ? " ticked" : "");
-            if (qobject_cast<const QPushButton *>(button))
-                item += QString(" %1").arg(button->height());
-        } else if (auto *box = qobject_cast<const QGroupBox *>(widget)) {
-            item += box->title() + "{" + describe(box->layout()) + "}";
-        }
-        if (auto *box = qobject_cast<const QBoxLayout *>(layout); box && box->stretch(index))
-            item += QString(" stretch %1").arg(box->stretch(index));
-        if (layout->itemAt(index)->alignment() == Qt::AlignCenter
-            || (label && label->alignment() == Qt::AlignCenter))
-            item += " centred";
-        items << item.replace('\t', "\\t").replace('\n', "\\n");
-    }
-    return items.join(" | ");
+    return [busy](OstrelRecovery *window) {
+        emit window->findChild<AbstractCommandProcessor *>()->isBusyChanged(busy);
+    };
 }
+
+Step reportIdentity(const QList<OstrelIdentity::SlotInfo> &slotList)
+{
+    return [slotList](OstrelRecovery *window) {
+        OstrelIdentity identity;
+        identity.slotList = slotList;
+        emit window->findChild<AbstractCommandProcessor *>()->identityUpdated(identity);
+    };
+}
+
+using Steps = QList<Step>;
 
 } // namespace
+
+Q_DECLARE_METATYPE(Steps)
 
 class TestOstrelRecovery : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void wiring_data();
     void wiring();
     void chunks_data();
@@ -125,22 +88,14 @@ private slots:
     void wrappedLine();
     void manyLinesInOneReply();
     void touch();
-    void dialogs_data();
-    void dialogs();
     void helpScreenFirst();
 };
-
-// The program's own style sheet, with the console's pixel font, before any window exists.
-void TestOstrelRecovery::initTestCase()
-{
-    QVERIFY(applyStyleSheet());
-}
 
 // Button presses, busy reports and identities, then what the screen shows.
 void TestOstrelRecovery::wiring_data()
 {
     QTest::addColumn<QString>("hostName");
-    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<Steps>("steps");
     QTest::addColumn<QString>("enabled");
     QTest::addColumn<QString>("labels");
     QTest::addColumn<QString>("console");
@@ -150,14 +105,18 @@ void TestOstrelRecovery::wiring_data()
     const QString errors = QString("Connection error to %1.\n").arg(Refused).repeated(2);
     // The slots name the install button.
     QTest::newRow("identity of slot A first, without USB sticks; busy leaves CANCEL usable")
-            << Silent << QStringList {"identity A", "EXPORT", "busy"} << "CANCEL, EJECT, REFRESH"
+            << Silent
+            << Steps {reportIdentity({{"A", "v", 0}, {"B", "v", 0}}), press("EXPORT"),
+                      reportBusy(true)}
+            << "CANCEL, EJECT, REFRESH"
             << "INSTALL SW TO SLOT A / Not Connected / --"
             << "";
     // One error for the identify of the constructor, one for the button.
     for (const char *button : {"REBOOT", "REFRESH"})
-        QTest::newRow(button) << Refused << QStringList {button} << All << unknown << errors;
-    QTest::newRow("RESET SELECTED") << Refused << QStringList {"RESET...", "User", "RESET SELECTED"}
-                                    << All << unknown << errors;
+        QTest::newRow(button) << Refused << Steps {press(button)} << All << unknown << errors;
+    QTest::newRow("RESET SELECTED")
+            << Refused << Steps {press("RESET..."), press("User"), press("RESET SELECTED")} << All
+            << unknown << errors;
     if (InstrumentBuild)
         return; // without a host, its tool: tests/e2e/emulated-instrument
     const QString exported
@@ -165,26 +124,27 @@ void TestOstrelRecovery::wiring_data()
               "Multiple carriage in one string\n     18,823,301 100%   88.20kB/s    0:03:28 "
               "(xfr#224, to-chk=0/233)";
     QTest::newRow("no host: EXPORT enables CANCEL, nothing reports idle")
-            << QString() << QStringList {"EXPORT"}
+            << QString() << Steps {press("EXPORT")}
             << "INSTALL SW, RESET..., BOOT ORDER..., EXPORT, CANCEL, EJECT, REFRESH" << simulated
             << exported;
     QTest::newRow("no host: CANCEL reports idle, which disables it")
-            << QString() << QStringList {"EXPORT", "CANCEL"} << AllButReboot << simulated
+            << QString() << Steps {press("EXPORT"), press("CANCEL")} << AllButReboot << simulated
             << exported;
     // An identity without slots leaves the install button as it was.
     QTest::newRow("no host: an identity without slots, INSTALL SW")
-            << QString() << QStringList {"identity", "INSTALL SW"} << AllButReboot
+            << QString() << Steps {reportIdentity({}), press("INSTALL SW")} << AllButReboot
             << "INSTALL SW TO SLOT B / Not Connected / --"
             << "Installing Software\nThis might take some time\nInstall Software requested";
     QTest::newRow("no host: EJECT while busy")
-            << QString() << QStringList {"busy", "EJECT"} << "EJECT, REFRESH"
+            << QString() << Steps {reportBusy(true), press("EJECT")} << "EJECT, REFRESH"
             << "INSTALL SW TO SLOT B / Not Connected / --"
             << "";
     // The window's copy of the identity, and the open dialog's, follow the simulated instrument's
     // reply to each swap.
     QTest::newRow("no host: busy twice, then idle; SWAP three times")
             << QString()
-            << QStringList {"busy", "busy", "idle", "BOOT ORDER...", "SWAP", "SWAP", "SWAP"}
+            << Steps {reportBusy(true), reportBusy(true), reportBusy(false), press("BOOT ORDER..."),
+                      press("SWAP"),    press("SWAP"),    press("SWAP")}
             << AllButReboot << "INSTALL SW TO SLOT A / Connected / KINGSTON / boots A"
             << "Boot order set A to B\nBoot order set B to A\nBoot order set A to B\n";
 }
@@ -192,7 +152,7 @@ void TestOstrelRecovery::wiring_data()
 void TestOstrelRecovery::wiring()
 {
     QFETCH(QString, hostName);
-    QFETCH(QStringList, steps);
+    QFETCH(Steps, steps);
     QFETCH(QString, enabled);
     QFETCH(QString, labels);
     QFETCH(QString, console);
@@ -201,19 +161,8 @@ void TestOstrelRecovery::wiring()
     QVERIFY(hostName != Silent || silent.listen(QHostAddress(Silent), 8080));
     const auto window = shownWindow(hostName);
     QVERIFY(window);
-    auto *processor = window->findChild<AbstractCommandProcessor *>();
-    for (const QString &step : steps) {
-        if (step == "busy" || step == "idle") {
-            emit processor->isBusyChanged(step == "busy");
-        } else if (step.startsWith("identity")) {
-            OstrelIdentity identity;
-            if (step == "identity A")
-                identity.slotList = {{"A", "v", 0}, {"B", "v", 0}};
-            emit processor->identityUpdated(identity);
-        } else {
-            find<QAbstractButton>(window.get(), step)->click();
-        }
-    }
+    for (const Step &step : steps)
+        step(window.get());
     QTRY_COMPARE_WITH_TIMEOUT(screen(window.get()), enabled + " | " + labels + " | " + console,
                               Patience);
 }
@@ -439,129 +388,6 @@ void TestOstrelRecovery::touch()
     QTRY_COMPARE(clicks.count(), 1);
 }
 
-// The dialogs and the status panel: what each shows after the steps, and what it asked for. A
-// step clicks what its text starts, shows the screen again, presses "keys" (all but F12, which
-// none reacts to) or "F12" (with Shift), or hands over "old slots", an "identity" with every field
-// told apart, or "one slot" (its slot B alone).
-void TestOstrelRecovery::dialogs_data()
-{
-    QTest::addColumn<QString>("screen");
-    QTest::addColumn<QStringList>("steps");
-    QTest::addColumn<QString>("layout");
-    QTest::addColumn<QString>("requests");
-
-    const QString none = "{Slot:\\t-- | Version:\\t-- | Count:\\t--}";
-    const QString slotB = "{Slot:\\tB | Version:\\tT1 | Count:\\t-1}";
-    QTest::newRow("reset: the ticked boxes in their order, kept for next time")
-            << "reset"
-            << QString("Slot B Count, Network, User, Factory, System, Internal, Slot A Count, "
-                       "Slot A Count, keys, RESET SELECTED, show, F12, RESET SELECTED")
-                       .split(", ")
-            << "RESET (modal): {[Factory] ticked | [User] ticked | [System] ticked | [Internal] "
-               "ticked | [Network] ticked | [Slot A Count] | [Slot B Count] ticked} | [RESET "
-               "SELECTED] 48"
-            << "finished 2 | rejected 2 | resetInitiated 2: factory, user, system, internal, "
-               "network, slot b count | screenshotRequested 1: its size | hidden";
-    // The slots in boot order, replacing what was there, "--" where the list ends; SWAP only asks.
-    QTest::newRow("boot order")
-            << "boot order"
-            << QStringList {"old slots", "one slot", "keys", "SWAP", "SWAP", "F12", "CLOSE"}
-            << "BOOT ORDER (modal): Boot First" + slotB + " | [SWAP] 48 | Boot Second" + none
-                    + " | [CLOSE] 48"
-            << "finished 1 | rejected 1 | bootOrderSwapped 2 | screenshotRequested 1: its size | "
-               "hidden";
-    QTest::newRow("help")
-            << "help" << QStringList {"keys", "REBOOT INSTRUMENT", "F12"}
-            << ": logo 289x63 centred | RECOVERY MODE centred | You may have entered this "
-               "screen if a previous boot was interrupted.\\n\\n Click REBOOT INSTRUMENT to "
-               "restart. Click CONTINUE TO RECOVERY MODE to proceed to Recovery Mode.\\n\\n If "
-               "this screen persists after rebooting, please consult the User Guide for details. "
-               "(wraps) stretch 200 centred | [REBOOT INSTRUMENT] 96 | [CONTINUE TO RECOVERY "
-               "MODE] 96"
-            << "reboot 1 | screenshotRequested 1: its size | shown";
-    QTest::newRow("status panel")
-            << "status" << QStringList()
-            << ": 0,0 1x1 Model: -- | 0,1 1x1 Boot Version: -- | 0,2 1x1 Serial: -- | 1,0 1x1 IP "
-               "Address: -- | 1,1 1x1 Gateway: -- | 1,2 1x1 Subnet Mask: -- | 2,0 1x1 Recovery "
-               "Version: -- | 3,0 2x3 Options: -- (wraps) | 5,0 1x3 Boot First"
-                    + none + " | 6,0 1x3 Boot Second" + none
-            << "shown";
-    // A space after every slash of the options, so that the line can wrap between the codes.
-    QTest::newRow("status panel: an identity")
-            << "status" << QStringList {"old slots", "identity"}
-            << ": 0,0 1x1 Model: VX4120A | 0,1 1x1 Boot Version: B1 | 0,2 1x1 Serial: S1 | 1,0 1x1 "
-               "IP Address: 10.0.0.2 | 1,1 1x1 Gateway: 10.0.0.1 | 1,2 1x1 Subnet Mask: "
-               "255.0.0.0 | 2,0 1x1 Recovery Version: R1 | 3,0 2x3 Options: 0102/ 0117/  0135/  "
-               "(wraps) | 5,0 1x3 Boot First"
-                    + slotB + " | 6,0 1x3 Boot Second{Slot:\\tA | Version:\\t-- | Count:\\t7}"
-            << "shown";
-}
-
-void TestOstrelRecovery::dialogs()
-{
-    QFETCH(QString, screen);
-    QFETCH(QStringList, steps);
-    QFETCH(QString, layout);
-    QFETCH(QString, requests);
-
-    const auto widget = make(screen);
-    std::vector<std::unique_ptr<QSignalSpy>> spies;
-    const QMetaObject *meta = widget->metaObject();
-    for (int index = QWidget::staticMetaObject.methodCount(); index < meta->methodCount();
-         ++index) {
-        if (meta->method(index).methodType() == QMetaMethod::Signal)
-            spies.push_back(std::make_unique<QSignalSpy>(widget.get(), meta->method(index)));
-    }
-    widget->show();
-    QVERIFY(QTest::qWaitForWindowExposed(widget.get()));
-    const OstrelIdentity identity(QJsonDocument::fromJson(
-            R"({"model": "VX4120A", "serial": "S1", "options": "0102/0117/ 0135/", "bootVersion": "B1",
-                "recoveryVersion": "R1", "slotBVersion": "T1", "slotCount": [-1, 7],
-                "network": {"ip": "10.0.0.2", "subnet": "255.0.0.0", "gateway": "10.0.0.1"}})"));
-    for (const QString &step : steps) {
-        if (step == "show") {
-            widget->show();
-        } else if (step == "keys") {
-            // Twice each, so that a key taken for F12 shows in the count of pictures.
-            for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_F11, Qt::Key_Return, Qt::Key_Enter,
-                                      Qt::Key_Escape, Qt::Key_F11, Qt::Key_Return, Qt::Key_Enter})
-                QTest::keyClick(widget.get(), key);
-        } else if (step == "F12") {
-            QTest::keyClick(widget.get(), Qt::Key_F12, Qt::ShiftModifier);
-        } else if (step == "identity" || step == "one slot" || step == "old slots") {
-            OstrelIdentity given = identity;
-            if (step == "old slots")
-                given.slotList = {{"X", "old", 9}, {"Y", "old", 9}};
-            given.slotList = given.slotList.mid(0, step == "one slot" ? 1 : 2);
-            if (auto *menu = qobject_cast<BootMenu *>(widget.get()))
-                menu->refreshBootOrder(given);
-            else
-                dynamic_cast<StatusWidget *>(widget.get())->updateIdentity(given);
-        } else {
-            find<QAbstractButton>(widget.get(), step)->click();
-        }
-    }
-    const auto *dialog = qobject_cast<QDialog *>(widget.get());
-    QCOMPARE(widget->windowTitle() + (dialog && dialog->isModal() ? " (modal): " : ": ")
-                     + describe(widget->layout()),
-             layout);
-    QStringList asked;
-    for (const auto &spy : spies) {
-        if (spy->isEmpty())
-            continue;
-        QString request
-                = QString(spy->signal()).section('(', 0, 0) + " " + QString::number(spy->count());
-        const QVariant last = spy->last().value(0);
-        if (last.userType() == QMetaType::QPixmap)
-            request += last.value<QPixmap>().size() == widget->size() ? ": its size" : ": other";
-        else if (last.userType() == QMetaType::QStringList)
-            request += ": " + last.toStringList().join(", ");
-        asked << request;
-    }
-    asked << (widget->isVisible() ? "shown" : "hidden");
-    QCOMPARE(asked.join(" | "), requests);
-}
-
 // Without a host the window's constructor runs the help screen, frameless and at the window's
 // size; the window handles its reboot and F12, and only CONTINUE goes on. Then F12, and no other
 // key, writes a picture named after the second (on the instrument elsewhere: fuzz_identity).
@@ -597,7 +423,8 @@ void TestOstrelRecovery::helpScreenFirst()
     QVERIFY(identities); // the help screen was up
     QCOMPARE(window.windowState(), InstrumentBuild ? Qt::WindowFullScreen : Qt::WindowNoState);
     if (InstrumentBuild)
-        return; // its reboot and its pictures: tst_core and tests/e2e/emulated-instrument
+        return; // its reboot and its pictures: tst_commandprocessor and
+                // tests/e2e/emulated-instrument
     QCOMPARE(window.findChild<QTextEdit *>()->toPlainText(), "RebootCalled");
     QCOMPARE(identities->count(), 1); // asked again on leaving the help screen
     const QStringList help = QDir().entryList(QDir::Files);
@@ -633,5 +460,5 @@ void TestOstrelRecovery::helpScreenFirst()
     QCOMPARE(QDir().entryList(QDir::Files), QStringList());
 }
 
-QTEST_MAIN(TestOstrelRecovery)
+OSTREL_SCREEN_TEST_MAIN(TestOstrelRecovery)
 #include "tst_ostrelrecovery.moc"
