@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -51,10 +52,6 @@ struct Event
     QString text = {};
 
     bool operator==(const Event &other) const { return kind == other.kind && text == other.text; }
-    bool operator<(const Event &other) const
-    {
-        return kind != other.kind ? kind < other.kind : text < other.text;
-    }
 };
 
 inline Event response(const QString &text)
@@ -72,7 +69,7 @@ inline Event busy(bool busy)
     return {busy ? Event::Busy : Event::Idle};
 }
 
-using Events = QVector<Event>;
+using Events = QList<Event>;
 
 // For a failed comparison: carriage returns and line feeds spelt out, so that they show.
 inline char *toString(const Event &event)
@@ -81,16 +78,6 @@ inline char *toString(const Event &event)
     QString text = event.text;
     text.replace('\r', "\\r").replace('\n', "\\n");
     return QTest::toString(QString("%1(%2)").arg(kinds[event.kind], text));
-}
-
-inline char *toString(const Events &events)
-{
-    QStringList texts;
-    for (const Event &event : events) {
-        const std::unique_ptr<char[]> text(toString(event));
-        texts << QString::fromUtf8(text.get());
-    }
-    return QTest::toString(texts.join(", "));
 }
 
 // Every report of a back end, in order.
@@ -179,16 +166,6 @@ inline Outcome outcome(AbstractCommandProcessor *processor, const Operation &ope
     }
     result.responses.sort();
     return result;
-}
-
-inline char *toString(const QList<Outcome> &outcomes)
-{
-    QStringList texts;
-    for (const Outcome &each : outcomes) {
-        const std::unique_ptr<char[]> text(toString(each));
-        texts << QString::fromUtf8(text.get());
-    }
-    return QTest::toString(texts.join("\n"));
 }
 
 // One service visit through a back end, the instrument keeping what each step did to it: what each

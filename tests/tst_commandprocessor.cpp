@@ -203,7 +203,7 @@ void TestCommandProcessor::withoutTheToolNothingRuns()
     processor->reset({"factory", "user"});
     QVERIFY(settle(processor.get()));
     QCOMPARE(calls(), QStringList());
-    QCOMPARE(recorder->events, Events(6, busy(false)));
+    QCOMPARE(recorder->events, QVector<Event>(6, busy(false)).toList());
 }
 
 // A run that outlives the wait is left alone, and what depended on it does not happen. The wait
@@ -233,7 +233,7 @@ void TestCommandProcessor::rebootResetsTheSlotLastSeenFirst()
     QCOMPARE(calls(),
              QStringList(
                      {"[reset][boot][count][A]", "reboot", "[reset][boot][count][b]", "reboot"}));
-    QCOMPARE(recorder->only({Event::Response}), Events(4, response(Finished)));
+    QCOMPARE(recorder->only({Event::Response}), QVector<Event>(4, response(Finished)).toList());
 }
 
 // The window goes, and its back end with it, while both runs are still going. Under
