@@ -6,17 +6,28 @@ its serial line drained all the time (the emulator stalls on a full one). Used b
 instrument/run, which opens it in a window (GTK) to be worked with the mouse, the serial shell
 on the terminal:
   instrument/emulator.py IMAGE_FOLDER
+
+    with Instrument(image) as instrument:
+        instrument.expect_serial("instrument: ready", "the instrument did not start")
+
+Every wait ends as soon as what it waits for is there, or after PATIENCE with an InstrumentError.
 """
 import json
 import os
 import re
+import shutil
 import socket
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 
 PATIENCE = 240  # seconds for anything the emulated instrument does; met waits end at once
+
+
+class InstrumentError(Exception):
+    """What the emulated instrument did not do, or the emulator itself."""
 
 
 def qemu_command(image, work, window, keyboard=True):
@@ -46,30 +57,84 @@ def qemu_command(image, work, window, keyboard=True):
 
 
 class Instrument:
-    def __init__(self, image, work, keyboard=True):
-        self.work = work
+    """One run of the emulated instrument, in a work folder of its own with an empty FAT stick of
+    64 MB ("KINGSTON") holding the files given by name. Entered, it boots; left, the emulator is
+    ended and the folder removed. In a window, the serial line is this terminal's, and wait()
+    waits for the emulator to end."""
+
+    def __init__(self, image, keyboard=True, window=False, stick_files=None):
+        self.image = image
+        self.keyboard = keyboard
+        self.window = window
+        self.stick_files = stick_files or {}
+        self.work = None
+        self.emulator = None
         self.serial_text = ""
         self.events = []
-        self.lock = threading.Condition()
-        self.emulator = subprocess.Popen(qemu_command(image, work, False, keyboard))
-        self.serial = self.connect(work + "/serial")
-        threading.Thread(target=self.drain, daemon=True).start()
-        self.qmp = self.connect(work + "/qmp").makefile("rw")
-        self.qmp.readline()
-        self.command("qmp_capabilities")
+        self.lock = threading.Lock()
 
-    @staticmethod
-    def connect(path):
-        for _ in range(600):
+    @property
+    def is_systemd(self):
+        return os.path.exists(self.image + "/root.img")
+
+    @property
+    def stick(self):
+        """The stick's FAT image on this machine, for mtools."""
+        return self.work + "/stick.img"
+
+    def __enter__(self):
+        self.work = tempfile.mkdtemp(prefix="ostrel-instrument-")
+        try:
+            subprocess.run(["mkfs.vfat", "-C", "-n", "KINGSTON", self.stick, "65536"], check=True,
+                           stdout=subprocess.DEVNULL)
+            for name, path in self.stick_files.items():
+                subprocess.run(["mcopy", "-i", self.stick, path, "::" + name], check=True)
+            self.started = time.time()
+            command = qemu_command(self.image, self.work, self.window, self.keyboard)
+            self.emulator = subprocess.Popen(command)
+            if not self.window:
+                self.serial = self._connect(self.work + "/serial")
+                threading.Thread(target=self._drain, daemon=True).start()
+                self.qmp = self._connect(self.work + "/qmp").makefile("rw")
+                self.qmp.readline()
+                self.command("qmp_capabilities")
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+        return self
+
+    def __exit__(self, *exception):
+        if self.emulator and self.emulator.poll() is None:
+            self.emulator.kill()
+        if self.emulator:
+            self.emulator.wait()
+        shutil.rmtree(self.work, ignore_errors=True)
+        return False
+
+    def wait_for(self, condition, failure, interval=1.0, patience=PATIENCE):
+        """What the condition gives once it gives anything true, asked every interval seconds.
+        Raises InstrumentError with the failure (a text, or a function of the last answer) when
+        the patience is over, or when the emulator has ended and the condition still fails."""
+        deadline = time.time() + patience
+        while True:
+            answer = condition()
+            if answer:
+                return answer
+            if time.time() > deadline or self.emulator.poll() is not None:
+                raise InstrumentError(failure(answer) if callable(failure) else failure)
+            time.sleep(interval)
+
+    def _connect(self, path):
+        def connected():
             try:
                 connection = socket.socket(socket.AF_UNIX)
                 connection.connect(path)
                 return connection
             except OSError:
-                time.sleep(0.1)
-        sys.exit("FAIL: no emulator socket " + path)
+                return None
+        return self.wait_for(connected, "no emulator socket " + path, 0.1, patience=60)
 
-    def drain(self):
+    def _drain(self):
         while True:
             data = self.serial.recv(65536)
             if not data:
@@ -78,9 +143,9 @@ class Instrument:
             sys.stderr.write(text)
             with self.lock:
                 self.serial_text += text
-                self.lock.notify_all()
 
     def command(self, name, **arguments):
+        """A QMP command's answer; the events that come before it are kept in events."""
         self.qmp.write(json.dumps({"execute": name, "arguments": arguments}) + "\n")
         self.qmp.flush()
         while True:
@@ -88,9 +153,19 @@ class Instrument:
             if "event" in reply:
                 self.events.append(reply)
             elif "error" in reply:
-                sys.exit("FAIL: %s: %s" % (name, reply["error"]))
+                raise InstrumentError("%s: %s" % (name, reply["error"]))
             else:
                 return reply["return"]
+
+    def wait(self, patience=None):
+        """Waits for the emulator to end, and gives the QMP events it sent up to then."""
+        try:
+            self.emulator.wait(patience)
+        except subprocess.TimeoutExpired:
+            raise InstrumentError("the emulator did not end")
+        if not self.window:
+            self.events += [json.loads(line) for line in self.qmp]
+        return self.events
 
     def mark(self):
         """Where the serial line's text stands now, for expect_serial to read on from."""
@@ -98,12 +173,11 @@ class Instrument:
             return len(self.serial_text)
 
     def expect_serial(self, pattern, failure, since=0):
-        deadline = time.time() + PATIENCE
-        with self.lock:
-            while not re.search(pattern, self.serial_text[since:]):
-                if time.time() > deadline or self.emulator.poll() is not None:
-                    sys.exit("FAIL: " + failure)
-                self.lock.wait(1)
+        """The first match of the pattern in what the serial line said since the mark."""
+        def said():
+            with self.lock:
+                return re.search(pattern, self.serial_text[since:])
+        return self.wait_for(said, failure, 0.05)
 
     def shell(self, line):
         self.serial.sendall(line.encode() + b"\n")
@@ -142,29 +216,20 @@ class Instrument:
                                 text=True)
         return " ".join(result.stdout.split())
 
-    def expect_text(self, box, text, failure):
-        deadline = time.time() + PATIENCE
-        while True:
-            seen = self.read(box)
-            if text in seen:
-                return seen
-            if time.time() > deadline:
-                sys.exit("FAIL: %s (\"%s\" not there; it reads: %s)" % (failure, text, seen))
-            time.sleep(1)
+    def expect_text(self, box, text, failure, patience=PATIENCE):
+        """What the box reads once the text is in it."""
+        seen = []
+
+        def reads():
+            seen[:] = [self.read(box)]
+            return text in seen[0] and seen[0]
+        return self.wait_for(reads, lambda _: "%s (\"%s\" not there; it reads: %s)"
+                             % (failure, text, seen[0]), patience=patience)
 
     def touch(self, gesture):
         self.shell("echo %s > /run/touchpanel" % gesture)
 
 
-def make_stick(work):
-    """An empty FAT stick of 64 MB, as the instrument's console expects one."""
-    subprocess.run(["mkfs.vfat", "-C", "-n", "KINGSTON", work + "/stick.img", "65536"], check=True,
-                   stdout=subprocess.DEVNULL)
-
-
 if __name__ == "__main__":
-    folder = sys.argv[1]
-    stick = os.path.join(os.environ.get("TMPDIR", "/tmp"), "ostrel-instrument-%d" % os.getpid())
-    os.makedirs(stick)
-    make_stick(stick)
-    os.execvp("qemu-system-aarch64", qemu_command(folder, stick, True))
+    with Instrument(sys.argv[1], window=True) as instrument:
+        instrument.wait()
