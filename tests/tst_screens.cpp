@@ -116,10 +116,10 @@ QString describe(const QLayout *layout)
 
 using Make = std::function<std::unique_ptr<QWidget>()>;
 
-template<typename Screen, typename... Arguments>
+template<typename Widget, typename... Arguments>
 Make make(Arguments... arguments)
 {
-    return [=] { return std::make_unique<Screen>(arguments..., nullptr); };
+    return [=] { return std::make_unique<Widget>(arguments..., nullptr); };
 }
 
 // One thing done to a screen: a button clicked, keys pressed, an identity handed over.
