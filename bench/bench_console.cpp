@@ -133,18 +133,25 @@ void waitForNextFrame()
 // Microseconds per appended line of one chunk, repaint included; for a one-line chunk the median
 // of many calls, each alone after the event loop slept, when the scheduler's hiccups would weigh
 // on a mean.
+int callsFor(int chunkLines)
+{
+    return chunkLines == 1 ? 100 : 1;
+}
+
 double perLine(Widget &widget, int chunkLines)
 {
-    const int calls = chunkLines == 1 ? 100 : 1;
+    const int calls = callsFor(chunkLines);
     const QString chunk = lines(widget.lineCount(), chunkLines);
     QList<double> microseconds;
     for (int call = 0; call < calls; ++call) {
         waitForNextFrame();
+        BenchTable::startCounting();
         QElapsedTimer timer;
         timer.start();
         widget.append(chunk);
         QCoreApplication::processEvents();
         microseconds << double(timer.nsecsElapsed()) / 1000.0;
+        BenchTable::stopCounting();
     }
     return median(microseconds) / chunkLines;
 }
@@ -185,26 +192,35 @@ double measuredAlone(const QStringList &arguments)
     return measuring.readAllStandardOutput().trimmed().toDouble();
 }
 
+// The instructions per line of one cell, as valgrind counts them: the same every time, where the
+// time of a cell moves with whatever else the machine does.
+double instructionsPerLine(const QStringList &arguments)
+{
+    const int chunkLines = arguments.at(2).toInt();
+    return BenchTable::instructions(QCoreApplication::applicationFilePath(), arguments)
+            / (callsFor(chunkLines) * chunkLines);
+}
+
 // The cost per line of every chunk size appended to every console size, each into a widget
 // freshly filled to that size in a process of its own (what one measure leaves in the heap
 // would otherwise weigh on the next), the console, the reference and the document alone taking
-// turns; the median of three. Indexed [widget][chunk][held].
+// turns; the median of the repeats. Indexed [widget][chunk][held].
 constexpr int Measured = 3;
-std::array<QList<QList<double>>, Measured> matrices()
+using Matrices = std::array<QList<QList<double>>, Measured>;
+Matrices matrices(int repeats, double (*measure)(const QStringList &arguments))
 {
-    constexpr int Repeats = 3;
     const QStringList widgets {QStringLiteral("console"), QStringLiteral("reference"),
                                QStringLiteral("document")};
-    std::array<QList<QList<double>>, Measured> costs;
+    Matrices costs;
     for (const int chunk : ChunkLines) {
         std::array<QList<double>, Measured> cells;
         for (const int held : HeldLines) {
             std::array<QList<double>, Measured> runs;
-            for (int repeat = 0; repeat < Repeats; ++repeat) {
+            for (int repeat = 0; repeat < repeats; ++repeat) {
                 for (int turn = 0; turn < Measured; ++turn) {
                     const int which = (turn + repeat) % Measured;
-                    runs[which] << measuredAlone({QStringLiteral("--append"), widgets[which],
-                                                  QString::number(chunk), QString::number(held)});
+                    runs[which] << measure({QStringLiteral("--append"), widgets[which],
+                                            QString::number(chunk), QString::number(held)});
                 }
             }
             for (int which = 0; which < Measured; ++which)
@@ -216,9 +232,20 @@ std::array<QList<QList<double>>, Measured> matrices()
     return costs;
 }
 
+// Each widget's cost over the reference's, cell by cell.
+QList<double> cellRatios(const QList<double> &widget, const QList<double> &reference)
+{
+    QList<double> result;
+    for (int cell = 0; cell < widget.size(); ++cell)
+        result << widget[cell] / reference[cell];
+    return result;
+}
+
 void appendCosts()
 {
-    const auto [console, reference, document] = matrices();
+    const auto [console, reference, document] = matrices(3, measuredAlone);
+    const auto [consoleCounted, referenceCounted, documentCounted]
+            = matrices(1, instructionsPerLine);
     const QString held = QStringLiteral("0 / 100 000 / 1 000 000 lines held");
     double worstRatio = 0;
     double floorAtWorst = 0;
@@ -245,6 +272,10 @@ void appendCosts()
             QStringLiteral("<= 1.00"));
         row(QStringLiteral("  document alone / QPlainTextEdit: the least a widget on it can reach"),
             figures(floors));
+        row(QStringLiteral("  console / QPlainTextEdit, in instructions"),
+            figures(cellRatios(consoleCounted[chunk], referenceCounted[chunk]), 3));
+        row(QStringLiteral("  document alone / QPlainTextEdit, in instructions"),
+            figures(cellRatios(documentCounted[chunk], referenceCounted[chunk]), 3));
         if (chunk > 0) // a one-line chunk is the fixed cost of a call
             row(QStringLiteral("  console, dearest / cheapest of the three"),
                 ratio(spread(console[chunk])), QStringLiteral("<= 3.00"));

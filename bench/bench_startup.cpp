@@ -22,7 +22,8 @@
 // the start-up help dialog alone (the console's first screen without the window built first),
 // "parts" that window with one of each of the toolkit's parts the console shows first, "boxes"
 // those parts with the window's four panels as empty titled boxes at their sizes. Prints
-// milliseconds. bench/run calls it many times in fresh processes. With a third argument it stays
+// milliseconds; under callgrind, the instructions of that span are counted. bench/run calls it many
+// times in fresh processes. With a third argument it stays
 // up until it is ended, for a benchmark that watches the screen.
 int main(int argc, char *argv[])
 {
@@ -34,7 +35,8 @@ int main(int argc, char *argv[])
     const QByteArray mode = argv[1];
     const long long spawned = QByteArray(argv[2]).toLongLong();
 
-    // Every program here starts as the console does.
+    // Every program here starts as the console does; under callgrind, what it counts starts here.
+    BenchTable::startCounting();
     Startup::prepareToolkit();
     QApplication application(argc, argv);
     Startup::applyStyleSheet(application);
@@ -81,6 +83,7 @@ int main(int argc, char *argv[])
     // is painted while its expose event is handled.
     while (!window->windowHandle()->isExposed())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    BenchTable::stopCounting();
     const long long now = std::chrono::duration_cast<std::chrono::nanoseconds>(
                                   std::chrono::system_clock::now().time_since_epoch())
                                   .count();

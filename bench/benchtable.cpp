@@ -3,12 +3,20 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
 #include <malloc.h>
 #include <unistd.h>
+#include <utility>
+
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#define OSTREL_CALLGRIND
+#endif
 
 namespace BenchTable {
 
@@ -44,6 +52,41 @@ double residentBytes()
     if (!statm.open(QIODevice::ReadOnly))
         return -1;
     return statm.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE));
+}
+
+void startCounting()
+{
+#ifdef OSTREL_CALLGRIND
+    static bool instrumented = false;
+    // Once: turning instrumentation on throws away what valgrind has translated so far.
+    if (!std::exchange(instrumented, true))
+        CALLGRIND_START_INSTRUMENTATION;
+    CALLGRIND_TOGGLE_COLLECT;
+#endif
+}
+
+void stopCounting()
+{
+#ifdef OSTREL_CALLGRIND
+    CALLGRIND_TOGGLE_COLLECT;
+#endif
+}
+
+double instructions(const QString &program, const QStringList &arguments)
+{
+    QProcess valgrind;
+    valgrind.start(QStringLiteral("valgrind"),
+                   QStringList {QStringLiteral("--tool=callgrind"),
+                                QStringLiteral("--instr-atstart=no"),
+                                QStringLiteral("--collect-atstart=no"),
+                                QStringLiteral("--callgrind-out-file=/dev/null"), program}
+                           + arguments);
+    if (!valgrind.waitForFinished(-1) || valgrind.exitCode() != 0)
+        return -1;
+    const QRegularExpressionMatch collected
+            = QRegularExpression(QStringLiteral("Collected : (\\d+)"))
+                      .match(QString::fromUtf8(valgrind.readAllStandardError()));
+    return collected.hasMatch() ? collected.captured(1).toDouble() : -1;
 }
 
 } // namespace BenchTable

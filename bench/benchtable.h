@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 // What the benchmarks share: bench/run gathers their rows into one table.
 namespace BenchTable {
@@ -15,5 +16,14 @@ double median(QList<double> values);
 void runEventLoopFor(int milliseconds);
 // The resident memory of this process, after what was freed has been handed back.
 double residentBytes();
+
+// Under valgrind's callgrind, started with instrumentation and collection off (instructions(),
+// below), what runs between startCounting() and stopCounting() is counted, and nothing else, so
+// that the program runs at nearly its own speed up to what is measured. Elsewhere they do nothing.
+void startCounting();
+void stopCounting();
+// The instructions that the program counted, run with those arguments under callgrind; -1 when
+// valgrind is not there or the program failed.
+double instructions(const QString &program, const QStringList &arguments);
 
 } // namespace BenchTable
