@@ -32,10 +32,10 @@ class TestHttpCommandProcessor : public QObject
 
 private slots:
     void serviceVisit();
-    void replies_data();
-    void replies();
-    void hostile_data();
-    void hostile();
+    void repliesReachTheConsoleAsTheyCame_data();
+    void repliesReachTheConsoleAsTheyCame();
+    void hostileRepliesCostNoMoreThanTheBound_data();
+    void hostileRepliesCostNoMoreThanTheBound();
     void requestHeadersAreTheToolkits();
     void repliesInFlightGoWithTheBackEnd();
 };
@@ -75,7 +75,7 @@ void TestHttpCommandProcessor::serviceVisit()
 
 // Status polling and its end, failed and odd replies, and the identity document's place in a
 // reply: what the console shows, and the requests the instrument saw.
-void TestHttpCommandProcessor::replies_data()
+void TestHttpCommandProcessor::repliesReachTheConsoleAsTheyCame_data()
 {
     QTest::addColumn<Operation>("operation");
     QTest::addColumn<Routes>("routes");
@@ -138,7 +138,7 @@ void TestHttpCommandProcessor::replies_data()
                                       << error << QStringList {"ops/identify"};
 }
 
-void TestHttpCommandProcessor::replies()
+void TestHttpCommandProcessor::repliesReachTheConsoleAsTheyCame()
 {
     QFETCH(Operation, operation);
     QFETCH(Routes, routes);
@@ -194,14 +194,14 @@ void TestHttpCommandProcessor::replies()
 // What a hostile instrument answers. Each ends as a body too large to hold, and holding it never
 // costs the console much more than the 16 MB it may keep: the bound is 64 MB, here with twice that
 // as the margin of the test (bench/run prints the figure).
-void TestHttpCommandProcessor::hostile_data()
+void TestHttpCommandProcessor::hostileRepliesCostNoMoreThanTheBound_data()
 {
     QTest::addColumn<HttpReply>("reply");
     for (const HostileReplies::Named &hostile : HostileReplies::all())
         QTest::newRow(hostile.name.c_str()) << hostile.reply;
 }
 
-void TestHttpCommandProcessor::hostile()
+void TestHttpCommandProcessor::hostileRepliesCostNoMoreThanTheBound()
 {
     QFETCH(HttpReply, reply);
 

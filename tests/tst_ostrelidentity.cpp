@@ -9,8 +9,8 @@ class TestOstrelIdentity : public QObject
     Q_OBJECT
 
 private slots:
-    void document_data();
-    void document();
+    void documentGivesTheIdentity_data();
+    void documentGivesTheIdentity();
 };
 
 namespace {
@@ -33,7 +33,7 @@ const QString Defaults = "BFirst | -- | -- | -- | -- | -- | -- | -- | -- | B -- 
 
 } // namespace
 
-void TestOstrelIdentity::document_data()
+void TestOstrelIdentity::documentGivesTheIdentity_data()
 {
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QString>("expected");
@@ -74,7 +74,7 @@ void TestOstrelIdentity::document_data()
             << Defaults + "USB0 -- '--', -- -- '--', -- -- ''";
 }
 
-void TestOstrelIdentity::document()
+void TestOstrelIdentity::documentGivesTheIdentity()
 {
     QFETCH(QByteArray, json);
     QFETCH(QString, expected);

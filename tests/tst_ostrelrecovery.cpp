@@ -81,18 +81,18 @@ class TestOstrelRecovery : public QObject
     Q_OBJECT
 
 private slots:
-    void wiring_data();
-    void wiring();
-    void chunks_data();
-    void chunks();
-    void wrappedLine();
-    void manyLinesInOneReply();
-    void touch();
-    void helpScreenFirst();
+    void pressesAndReportsReachTheScreen_data();
+    void pressesAndReportsReachTheScreen();
+    void consoleShowsWhatTheToolkitWouldDraw_data();
+    void consoleShowsWhatTheToolkitWouldDraw();
+    void carriageReturnErasesOnlyTheLastDisplayLine();
+    void aReplyOfManyLinesKeepsTheWindowResponsive();
+    void aFingerDragsFlicksAndTaps();
+    void helpScreenComesFirstThenF12TakesPictures();
 };
 
 // Button presses, busy reports and identities, then what the screen shows.
-void TestOstrelRecovery::wiring_data()
+void TestOstrelRecovery::pressesAndReportsReachTheScreen_data()
 {
     QTest::addColumn<QString>("hostName");
     QTest::addColumn<Steps>("steps");
@@ -149,7 +149,7 @@ void TestOstrelRecovery::wiring_data()
             << "Boot order set A to B\nBoot order set B to A\nBoot order set A to B\n";
 }
 
-void TestOstrelRecovery::wiring()
+void TestOstrelRecovery::pressesAndReportsReachTheScreen()
 {
     QFETCH(QString, hostName);
     QFETCH(Steps, steps);
@@ -169,7 +169,7 @@ void TestOstrelRecovery::wiring()
 
 // The console, as the back ends feed it. How carriage returns and line feeds in any chunks end
 // up is fuzz_console's part; here, what the terminal model there leaves out.
-void TestOstrelRecovery::chunks_data()
+void TestOstrelRecovery::consoleShowsWhatTheToolkitWouldDraw_data()
 {
     QTest::addColumn<QStringList>("chunks");
     QTest::addColumn<QString>("text");
@@ -231,7 +231,7 @@ void TestOstrelRecovery::chunks_data()
 // Each chunk leaves the cursor and the view at the end (scrolled away before it: the range must
 // already hold the height it adds) and nothing to undo. The console lays its text out itself, for
 // speed: after every chunk it must stand where the toolkit's layout puts it, pixel for pixel.
-void TestOstrelRecovery::chunks()
+void TestOstrelRecovery::consoleShowsWhatTheToolkitWouldDraw()
 {
     QFETCH(QStringList, chunks);
     QFETCH(QString, text);
@@ -276,7 +276,7 @@ void TestOstrelRecovery::chunks()
 
 // A carriage return erases only the last display line of a wrapped line. Wrapped at word
 // boundaries, two unbroken megabytes took minutes: the CTest timeout catches that.
-void TestOstrelRecovery::wrappedLine()
+void TestOstrelRecovery::carriageReturnErasesOnlyTheLastDisplayLine()
 {
     const QString line(2000000, 'x');
     const auto window = shownWindow(QString());
@@ -291,7 +291,7 @@ void TestOstrelRecovery::wrappedLine()
 
 // One status reply of 600 000 short lines, through the HTTP back end into the window. The
 // toolkit's rich-text layout froze the window for minutes over it: the CTest timeout catches that.
-void TestOstrelRecovery::manyLinesInOneReply()
+void TestOstrelRecovery::aReplyOfManyLinesKeepsTheWindowResponsive()
 {
     constexpr int Lines = 600000;
     const std::string body = QByteArray("x\n").repeated(Lines).append("Finished.\n").toStdString();
@@ -327,7 +327,7 @@ struct Overshoot : QObject
 // A finger on the touch screen: a drag moves the text with it, a flick goes on and slows down,
 // stopping at the start without overshooting, new output still scrolls to the end, and a tap on
 // a button clicks it.
-void TestOstrelRecovery::touch()
+void TestOstrelRecovery::aFingerDragsFlicksAndTaps()
 {
     const auto window = shownWindow(QString());
     QVERIFY(window);
@@ -391,7 +391,7 @@ void TestOstrelRecovery::touch()
 // Without a host the window's constructor runs the help screen, frameless and at the window's
 // size; the window handles its reboot and F12, and only CONTINUE goes on. Then F12, and no other
 // key, writes a picture named after the second (on the instrument elsewhere: fuzz_identity).
-void TestOstrelRecovery::helpScreenFirst()
+void TestOstrelRecovery::helpScreenComesFirstThenF12TakesPictures()
 {
     QTemporaryDir folder;
     const QString previous = QDir::currentPath();

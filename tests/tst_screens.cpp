@@ -19,10 +19,10 @@ class TestScreens : public QObject
     Q_OBJECT
 
 private slots:
-    void dialogs_data();
-    void dialogs();
-    void screens_data();
-    void screens();
+    void dialogsShowAndAskAsTheyShould_data();
+    void dialogsShowAndAskAsTheyShould();
+    void everyScreenFitsItsPanel_data();
+    void everyScreenFitsItsPanel();
 };
 
 namespace {
@@ -176,7 +176,7 @@ Q_DECLARE_METATYPE(Make)
 Q_DECLARE_METATYPE(Steps)
 
 // What each shows after the steps, and what it asked for.
-void TestScreens::dialogs_data()
+void TestScreens::dialogsShowAndAskAsTheyShould_data()
 {
     QTest::addColumn<Make>("make");
     QTest::addColumn<Steps>("steps");
@@ -236,7 +236,7 @@ void TestScreens::dialogs_data()
             << "shown";
 }
 
-void TestScreens::dialogs()
+void TestScreens::dialogsShowAndAskAsTheyShould()
 {
     QFETCH(Make, make);
     QFETCH(Steps, steps);
@@ -276,14 +276,14 @@ void TestScreens::dialogs()
     QCOMPARE(asked.join(" | "), requests);
 }
 
-void TestScreens::screens_data()
+void TestScreens::everyScreenFitsItsPanel_data()
 {
     QTest::addColumn<QString>("screen");
     for (const char *screen : {"main window", "reset", "boot order", "help"})
         QTest::newRow(screen) << screen;
 }
 
-void TestScreens::screens()
+void TestScreens::everyScreenFitsItsPanel()
 {
     QFETCH(QString, screen);
 
