@@ -6,7 +6,6 @@
 
 #include "app/console.h"
 #include "app/ostrelrecovery.h"
-#include "app/startup.h"
 #include "bench/benchtable.h"
 
 #include <QApplication>
@@ -364,11 +363,7 @@ void progressOverwrites(QSize size)
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    Startup::prepareToolkit();
-    QApplication application(argc, argv);
-    Startup::applyStyleSheet(application);
+    const auto application = BenchTable::startAsTheConsole(argc, argv);
     // The console's size in the window. A host, where nothing listens, so that no help screen
     // comes first.
     const QSize consoleSize = [] {

@@ -6,7 +6,6 @@
 //   ostrel-bench-hostile [LABEL]   (LABEL names the build in the rows, say "Qt 6")
 
 #include "app/ostrelrecovery.h"
-#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "processors/abstractcommandprocessor.h"
 #include "tools/instrument-sim/hostilereplies.h"
@@ -19,11 +18,7 @@ using BenchTable::row;
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    Startup::prepareToolkit();
-    QApplication application(argc, argv);
-    Startup::applyStyleSheet(application);
+    const auto application = BenchTable::startAsTheConsole(argc, argv);
     const QString label = QCoreApplication::arguments().value(1);
     const std::vector<HostileReplies::Named> hostile = HostileReplies::all();
 

@@ -5,7 +5,6 @@
 
 #include "app/console.h"
 #include "app/ostrelrecovery.h"
-#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "processors/httpcommandprocessor.h"
 
@@ -132,9 +131,7 @@ double wrkRate()
 
 int main(int argc, char *argv[])
 {
-    Startup::prepareToolkit();
-    QApplication application(argc, argv);
-    Startup::applyStyleSheet(application);
+    const auto application = BenchTable::startAsTheConsole(argc, argv);
     if (argc < 2) {
         std::fprintf(stderr, "usage: %s PATH-OF-ostrel-instrument-sim\n", argv[0]);
         return 2;

@@ -5,7 +5,6 @@
 //   ostrel-bench-soak SIMULATOR [REPLIES]
 
 #include "app/ostrelrecovery.h"
-#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "processors/abstractcommandprocessor.h"
 
@@ -45,11 +44,7 @@ bool listening()
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    Startup::prepareToolkit();
-    QApplication application(argc, argv);
-    Startup::applyStyleSheet(application);
+    const auto application = BenchTable::startAsTheConsole(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 2)
         return 2;

@@ -1,5 +1,4 @@
 #include "app/ostrelrecovery.h"
-#include "app/startup.h"
 #include "bench/benchtable.h"
 #include "dialogs/helpmessagerebootmenu.h"
 
@@ -37,9 +36,7 @@ int main(int argc, char *argv[])
 
     // Every program here starts as the console does; under callgrind, what it counts starts here.
     BenchTable::startCounting();
-    Startup::prepareToolkit();
-    QApplication application(argc, argv);
-    Startup::applyStyleSheet(application);
+    const auto application = BenchTable::startAsTheConsole(argc, argv);
 
     std::unique_ptr<QWidget> window;
     if (mode == "console") {
@@ -88,5 +85,5 @@ int main(int argc, char *argv[])
                                   std::chrono::system_clock::now().time_since_epoch())
                                   .count();
     std::printf("%.2f\n", double(now - spawned) / 1e6);
-    return argc == 4 ? application.exec() : 0;
+    return argc == 4 ? application->exec() : 0;
 }

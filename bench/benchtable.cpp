@@ -1,6 +1,8 @@
 #include "bench/benchtable.h"
 
-#include <QCoreApplication>
+#include "app/startup.h"
+
+#include <QApplication>
 #include <QEventLoop>
 #include <QFile>
 #include <QProcess>
@@ -19,6 +21,16 @@
 #endif
 
 namespace BenchTable {
+
+std::unique_ptr<QApplication> startAsTheConsole(int &argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    Startup::prepareToolkit();
+    auto application = std::make_unique<QApplication>(argc, argv);
+    Startup::applyStyleSheet(*application);
+    return application;
+}
 
 void row(const QString &measure, const QString &result, const QString &target)
 {

@@ -4,8 +4,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
+class QApplication;
+
 // What the benchmarks share: bench/run gathers their rows into one table.
 namespace BenchTable {
+
+// The application, started as the console starts it; offscreen where the caller names no platform.
+std::unique_ptr<QApplication> startAsTheConsole(int &argc, char **argv);
 
 // Prints one row of "measure, result, target", separated by tabs.
 void row(const QString &measure, const QString &result, const QString &target = QString());
