@@ -119,6 +119,14 @@ void TestHttpCommandProcessor::repliesReachTheConsoleAsTheyCame_data()
             << Routes {{"cancel", {302, std::string("Prog\r\0ped\n", 10), false, "/elsewhere"}},
                        {"elsewhere", {200, "There.\n"}}}
             << "Prog\r" << QStringList {"cancel"};
+    // A stored block of a bare deflate stream: "deflate" without zlib's header, as Qt 5 took it.
+    QTest::newRow("text reply: deflate without zlib's header")
+            << Operation(&Processor::cancel)
+            << Routes {{"cancel",
+                        {200, std::string("\x01\x09\x00\xf6\xffStopped.\n", 14), false, "",
+                         "deflate"}}}
+            << "Stopped.\n"
+            << QStringList {"cancel"};
     QTest::newRow("larger than any real reply")
             << Operation(&Processor::reboot)
             << Routes {{"reboot", {200, std::string(ReplyBody::MaximumSize + 1024 * 1024, 'x')}}}
