@@ -5,8 +5,6 @@
 
 #include "processors/abstractcommandprocessor.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTest>
 
 #include <algorithm>
@@ -109,25 +107,11 @@ public:
     Events events;
 };
 
-// Living and not yet reaped children of any thread of this process.
-inline int childProcesses()
-{
-    int children = 0;
-    const QDir tasks("/proc/self/task");
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(tasks.filePath(task + "/children"));
-        if (file.open(QIODevice::ReadOnly))
-            children += QString::fromLatin1(file.readAll()).split(' ', Qt::SkipEmptyParts).size();
-    }
-    return children;
-}
-
-// Processes events until the back end has nothing in flight and no child of this process is left
-// unreported: the end of a run that is gone may not have been handled yet, and handling it may
-// start the next. False on timeout.
+// Processes events until the back end has nothing in flight, as an HTTP or simulated back end
+// tells it. False on timeout.
 inline bool settle(AbstractCommandProcessor *processor)
 {
-    return QTest::qWaitFor([&] { return !processor->isBusy() && childProcesses() == 0; }, Patience);
+    return QTest::qWaitFor([&] { return !processor->isBusy(); }, Patience);
 }
 
 // What each operation brought once it had settled: its responses, sorted, since requests sent at
@@ -151,11 +135,11 @@ inline char *toString(const Outcome &outcome)
 }
 
 inline Outcome outcome(AbstractCommandProcessor *processor, const Operation &operation,
-                       bool identityAsked = false)
+                       const std::function<bool()> &settled, bool identityAsked = false)
 {
     EventRecorder recorder(processor);
     operation(processor);
-    if (!settle(processor))
+    if (!settled())
         return {{"still busy"}};
     Outcome result;
     for (const Event &event : recorder.events) {
@@ -169,18 +153,19 @@ inline Outcome outcome(AbstractCommandProcessor *processor, const Operation &ope
 }
 
 // One service visit through a back end, the instrument keeping what each step did to it: what each
-// step brought, in order.
-inline QList<Outcome> serviceVisit(AbstractCommandProcessor *processor)
+// step brought, in order, each step taken once the last one has settled.
+inline QList<Outcome> serviceVisit(AbstractCommandProcessor *processor,
+                                   const std::function<bool()> &settled)
 {
     using Processor = AbstractCommandProcessor;
-    return {outcome(processor, setBootOrder(OstrelIdentity::BFirst)),
-            outcome(processor, &Processor::identify, true),
-            outcome(processor, &Processor::ejectUSB),
-            outcome(processor, reset({"factory", "slot b count"})),
-            outcome(processor, reset({})),
-            outcome(processor, setBootOrder(OstrelIdentity::AFirst)),
-            outcome(processor, &Processor::reboot),
-            outcome(processor, &Processor::identify, true)};
+    return {outcome(processor, setBootOrder(OstrelIdentity::BFirst), settled),
+            outcome(processor, &Processor::identify, settled, true),
+            outcome(processor, &Processor::ejectUSB, settled),
+            outcome(processor, reset({"factory", "slot b count"}), settled),
+            outcome(processor, reset({}), settled),
+            outcome(processor, setBootOrder(OstrelIdentity::AFirst), settled),
+            outcome(processor, &Processor::reboot, settled),
+            outcome(processor, &Processor::identify, settled, true)};
 }
 
 #ifdef QT_WIDGETS_LIB

@@ -25,7 +25,7 @@ void TestFakeCommandProcessor::serviceVisit()
                                    {{}},
                                    {{"RebootCalled"}},
                                    {{}, {"A-first B:3 A:2 usb:"}}};
-    QCOMPARE(::serviceVisit(&fake), expected);
+    QCOMPARE(::serviceVisit(&fake, [&] { return settle(&fake); }), expected);
 }
 
 // Its export redraws one transfer line four times in its last chunk.

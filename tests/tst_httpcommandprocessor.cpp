@@ -70,7 +70,7 @@ void TestHttpCommandProcessor::serviceVisit()
                                    {{"Boot order: slot A first.\n", refreshed}},
                                    {{"Rebooting.\n"}},
                                    {{refreshed}, {"A-first A:3 B:0 usb:"}}};
-    QCOMPARE(::serviceVisit(&http), expected);
+    QCOMPARE(::serviceVisit(&http, [&] { return settle(&http); }), expected);
 }
 
 // Status polling and its end, failed and odd replies, and the identity document's place in a
